@@ -1,0 +1,50 @@
+# What every target of the tree is built with, and the three ways to declare one.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+
+find_package(Threads REQUIRED)
+
+find_program(MORVEX_CCACHE ccache)
+if(MORVEX_CCACHE)
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${MORVEX_CCACHE})
+endif()
+
+add_library(morvex_flags INTERFACE)
+target_compile_options(morvex_flags INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
+if(MORVEX_SANITIZE)
+    target_compile_options(morvex_flags INTERFACE
+        -fsanitize=${MORVEX_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(morvex_flags INTERFACE -fsanitize=${MORVEX_SANITIZE})
+elseif(CMAKE_BUILD_TYPE STREQUAL "Release")
+    target_compile_options(morvex_flags INTERFACE
+        -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong)
+endif()
+
+# morvex_library(NAME [DEPENDS lib...] SOURCES file...): a static library of the tree.
+function(morvex_library name)
+    cmake_parse_arguments(ARG "" "" "DEPENDS;SOURCES" ${ARGN})
+    add_library(${name} STATIC ${ARG_SOURCES})
+    target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
+    target_link_libraries(${name} PUBLIC ${ARG_DEPENDS} PRIVATE $<BUILD_INTERFACE:morvex_flags>)
+endfunction()
+
+# morvex_test(NAME [DEPENDS lib...] SOURCES file...): a GoogleTest binary and its CTest entries.
+function(morvex_test name)
+    cmake_parse_arguments(ARG "" "" "DEPENDS;SOURCES;LABELS" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
+    target_link_libraries(${name} PRIVATE ${ARG_DEPENDS} morvex_flags GTest::gtest GTest::gtest_main)
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES TIMEOUT 300)
+    if(ARG_LABELS)
+        set_tests_properties(${name} PROPERTIES LABELS "${ARG_LABELS}")
+    endif()
+endfunction()

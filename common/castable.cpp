@@ -1,0 +1,11 @@
+#include "common/castable.h"
+
+ACastable::~ACastable() = default;
+
+void* ACastable::doCastInternal(CastableId*) const {
+    return nullptr;
+}
+
+CastableId* ACastable::getOwnCastableId() const {
+    return nullptr;
+}
