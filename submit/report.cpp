@@ -1,9 +1,10 @@
 #include "submit/report.h"
 
+#include <syslog.h>
+
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
-#include <syslog.h>
 
 void report(const char* format, ...) {
     const int savedError = errno;

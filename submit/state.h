@@ -16,19 +16,19 @@ class MailQueue;
 inline constexpr std::uint32_t noMailId = 0xFFFFFFFFU;
 inline constexpr std::size_t logidentSize = 40;
 
-extern std::uint32_t userId;         // real uid of the caller
-extern std::uint32_t mailId;         // the mail in progress; noMailId before and after it
-extern std::int32_t rcpts;           // recipients taken so far
-extern std::int32_t countRes;        // result of the latest recipient parse
-extern char* userName;               // owned; the caller's login name
-extern MailQueue* mq;                // owned
-extern MailItem* mi;                 // non-null means unfinished: cleanup removes it
-extern Address* argmailbox;          // borrowed from addrlist
-extern AddressList* addrlist;        // owned; reused for every parse
-extern char* queue_path;             // owned
-extern char* primary_domain;         // owned
-extern char* expand_domain;          // primary_domain, or null with -n; never freed by itself
+extern std::uint32_t userId;  // real uid of the caller
+extern std::uint32_t mailId;  // the mail in progress; noMailId before and after it
+extern std::int32_t rcpts;    // recipients taken so far
+extern std::int32_t countRes; // result of the latest recipient parse
+extern char* userName;        // owned; the caller's login name
+extern MailQueue* mq;         // owned
+extern MailItem* mi;          // non-null means unfinished: cleanup removes it
+extern Address* argmailbox;   // borrowed from addrlist
+extern AddressList* addrlist; // owned; reused for every parse
+extern char* queue_path;      // owned
+extern char* primary_domain;  // owned
+extern char* expand_domain;   // primary_domain, or null with -n; never freed by itself
 extern std::uint16_t queue_entry_count;
-extern char logident[logidentSize];  // outlives the log connection
+extern char logident[logidentSize]; // outlives the log connection
 
 #endif

@@ -15,7 +15,8 @@ namespace support {
 
 inline std::mt19937_64 seededRandom(const char* testName) {
     const char* given = std::getenv("MORVEX_TEST_SEED");
-    std::uint64_t seed = given != nullptr ? std::strtoull(given, nullptr, 0) : std::random_device{}();
+    std::uint64_t seed =
+        given != nullptr ? std::strtoull(given, nullptr, 0) : std::random_device{}();
     std::printf("%s: MORVEX_TEST_SEED=%llu\n", testName, static_cast<unsigned long long>(seed));
     return std::mt19937_64(seed);
 }

@@ -16,7 +16,8 @@ namespace support {
 class TempDir {
 public:
     TempDir() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "postdock-test-XXXXXX").string();
+        std::string pattern =
+            (std::filesystem::temp_directory_path() / "postdock-test-XXXXXX").string();
         if (::mkdtemp(pattern.data()) == nullptr) {
             throw std::runtime_error("cannot make a temporary directory");
         }
