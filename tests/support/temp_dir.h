@@ -42,6 +42,10 @@ inline std::string readFile(const std::string& path) {
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
+inline bool isDirectory(const std::string& path) {
+    return std::filesystem::is_directory(path);
+}
+
 inline void writeFile(const std::string& path, std::string_view content) {
     std::ofstream file(path, std::ios::binary | std::ios::trunc);
     file.write(content.data(), static_cast<std::streamsize>(content.size()));

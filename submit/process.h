@@ -1,0 +1,11 @@
+// What the command needs of its process, whatever the caller left it with.
+
+#ifndef MORVEX_SUBMIT_PROCESS_H
+#define MORVEX_SUBMIT_PROCESS_H
+
+// Keeps descriptors 0 to 2 from being taken by the queue's files, turns the signals of a closed
+// pipe and of a file-size limit into errors of the write, and sees to it that an exception that
+// nobody catches leaves no file of the mail and ends with EX_TEMPFAIL.
+void guardProcess();
+
+#endif

@@ -1,0 +1,25 @@
+// Standard input as a stream that tells a failed read from the end of the message.
+//
+// To the line reader a read that fails is simply the end of its input. A mail that stops there is
+// not whole, so the driver asks here before it hands a mail over. Owned by the driver's stack.
+
+#ifndef MORVEX_SUBMIT_STANDARD_INPUT_H
+#define MORVEX_SUBMIT_STANDARD_INPUT_H
+
+#include "common/stream/fd_stream.h"
+
+class StandardInput final : public FDStream {
+public:
+    StandardInput();
+
+    // As FDStream::read, but a read that a signal cut short is repeated.
+    int read(void* buffer, int size) override;
+
+    // The error of the read that failed, or 0 while all went well.
+    int readError() const { return error; }
+
+private:
+    int error = 0;
+};
+
+#endif

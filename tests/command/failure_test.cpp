@@ -1,0 +1,194 @@
+// Every way a run can end without a mail: exit code, the reason on standard error and in the log,
+// and what is left on disk.
+
+#include "tests/command/harness.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+namespace {
+
+namespace fs = std::filesystem;
+using Strings = std::vector<std::string>;
+
+// The complaint is on standard error with a newline and in the log without one.
+void expectReport(const Run& run, const std::string& text) {
+    EXPECT_EQ(run.err, text + "\n");
+    EXPECT_TRUE(contains(run.log, errorLine(text))) << text;
+}
+
+TEST(Failure, BadCommandLinesTouchNothing) {
+    const std::pair<Strings, std::string> rows[] = {
+        {{"-t", "-t"}, "duplicate options are not accepted: -t.\n"},
+        {{"-w"}, "Error: option -w not recognized.\n"},
+        {{"--nothing"}, "Error: option --nothing not recognized.\n"},
+        {{"-f"}, "Option -f expects 1 value(s).\n"},
+        {{"a@b.org", "-t"}, "Error: options are not allowed after arguments.\n"},
+        {{"a@b.org", "\xE9"}, ""},
+    };
+    for (const auto& [arguments, complaint] : rows) {
+        SCOPED_TRACE(complaint);
+        Desk desk;
+        const Run run = desk.run(arguments);
+        EXPECT_EQ(run.exitCode, 64);
+        EXPECT_EQ(run.err, complaint);
+        EXPECT_TRUE(run.out.starts_with("\nUsage: postdock [flags...]")) << run.out;
+        EXPECT_EQ(run.log, Strings{"closelog"});
+        EXPECT_FALSE(fs::exists(desk.queue("")));
+    }
+}
+
+TEST(Failure, HelpAndVersionTouchNothing) {
+    for (const char* flag : {"-h", "--help", "-hv", "-v", "--VERSION"}) {
+        SCOPED_TRACE(flag);
+        Desk desk;
+        const Run run = desk.run({flag});
+        EXPECT_EQ(run.exitCode, 0);
+        EXPECT_EQ(run.err, "");
+        const bool help = std::string_view(flag) != "-v" && std::string_view(flag) != "--VERSION";
+        EXPECT_TRUE(
+            run.out.starts_with(help ? "Usage: postdock [flags...]" : "Morvex Postdock version: "))
+            << run.out;
+        EXPECT_EQ(run.log, Strings{"closelog"});
+        EXPECT_FALSE(fs::exists(desk.queue("")));
+    }
+}
+
+TEST(Failure, BadAddressesLeaveNoMail) {
+    struct Row {
+        Strings arguments;
+        std::string input;
+        std::string reason;
+    };
+    const Row rows[] = {
+        {{"-f", "a b@@", "r@x.org"}, "\n", "invalid sender specified 'a b@@'"},
+        {{"-r", "", "r@x.org"}, "\n", "invalid sender specified ''"},
+        {{"-f", "G:;", "r@x.org"}, "\n", "invalid sender specified 'G:;'"},
+        {{"r@x.org"}, "From: a@x.org\nSender: @\n\n", "invalid notify address '@'"},
+        {{"r@x.org"}, "From: @\n\n", "invalid sender address '@'"},
+        {{"r@x.org"}, "From:\n\n", "invalid sender address ''"},
+        {{"-n", "r@x.org"}, "From: bare\n\n", "invalid sender address 'bare'"},
+        {{}, "From: a@x.org\nSubject: nobody\n\nb\n", "no recipients specified"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.reason);
+        Desk desk;
+        desk.input = row.input;
+        const Run run = desk.run(row.arguments);
+        EXPECT_EQ(run.exitCode, 65);
+        expectReport(run, "Transaction aborted: " + row.reason);
+        EXPECT_EQ(desk.mailFiles().size(), 0U);
+    }
+}
+
+TEST(Failure, InvalidRecipientsAloneAreNoRecipients) {
+    Desk desk;
+    desk.input = "\n";
+    const Run run = desk.run({"@"});
+    EXPECT_EQ(run.exitCode, 65);
+    EXPECT_EQ(run.err, "Ignoring invalid recipient address '@'\n"
+                       "Transaction aborted: no recipients specified\n");
+    EXPECT_EQ(desk.mailFiles().size(), 0U);
+}
+
+TEST(Failure, BadConfigurationEndsBeforeTheQueue) {
+    Desk desk;
+    support::writeFile(desk.path("run/morvex.cfg"), "Server {\n primaryDomain = = }\n");
+    const Run run = desk.run({"r@x.org"});
+    EXPECT_EQ(run.exitCode, 78);
+    const std::string text = "Transaction aborted: cannot load configuration from '" +
+                             desk.path("run/morvex.cfg") + "' (";
+    EXPECT_TRUE(run.err.starts_with(text)) << run.err;
+    EXPECT_TRUE(run.err.ends_with(")\n")) << run.err;
+    EXPECT_TRUE(contains(run.log, errorLine(run.err.substr(0, run.err.size() - 1))));
+    EXPECT_FALSE(fs::exists(desk.queue("")));
+}
+
+TEST(Failure, UnusableQueue) {
+    struct Row {
+        const char* inTheWay; // a plain file of that name
+        const char* reason;
+    };
+    for (const Row& row : {Row{"queue", "Not a directory"}, Row{"queue/02", "Not a directory"},
+                           Row{"queue/locals", "Not a directory"}}) {
+        SCOPED_TRACE(row.inTheWay);
+        Desk desk;
+        if (std::string_view(row.inTheWay) != "queue") {
+            fs::create_directory(desk.queue(""));
+        }
+        support::writeFile(desk.path(row.inTheWay), "");
+        const Run run = desk.run({"r@x.org"});
+        EXPECT_EQ(run.exitCode, 74);
+        std::string queue = desk.queue("");
+        queue.pop_back();
+        expectReport(run, "Transaction aborted: cannot find/create a queue in " + queue + " (" +
+                              row.reason + ")");
+    }
+}
+
+TEST(Failure, ForeignTokenFile) {
+    Desk desk;
+    fs::create_directory(desk.queue(""));
+    support::writeFile(desk.queue(".mql_auth"), "XYZ:\r\n");
+    const Run run = desk.run({"r@x.org"});
+    EXPECT_EQ(run.exitCode, 74);
+    EXPECT_EQ(support::readFile(desk.queue(".mql_auth")), "XYZ:\r\n");
+}
+
+// Faults of the system below, one call at a time: what is said, and that no file of the mail stays.
+TEST(Failure, FailingCallsLeaveNoMail) {
+    struct Row {
+        const char* fault;
+        int exitCode;
+        const char* reason; // with %Q the queue directory, in front of the data file's name if any
+        const char* error;
+    };
+    const Row rows[] = {
+        {"mkdir:queue/01:1:13", 74, "cannot find/create a queue in %Q (", "Permission denied"},
+        {"open:.mql_auth:0:13", 74, "cannot find/create a queue in %Q (", "Permission denied"},
+        {"open:/S:0:13", 75, "cannot create a new mail in queue '%Q' (",
+         "No such file or directory"},
+        {"open:/D:1:28", 74, "cannot write to email file in queue '%Q/", "No space left on device"},
+        {"write:/D:1:28", 74, "cannot write email message in queue '%Q/",
+         "No space left on device"},
+        {"write:/D:2:5", 74, "cannot write email message in queue '%Q/", "Input/output error"},
+        {"write:/S:1:28", 74, "cannot write email message in queue '%Q/",
+         "No space left on device"},
+        {"fsync:/D:1:5", 74, "cannot write email message in queue '%Q/", "Input/output error"},
+        {"open:locals/:1:28", 74, "cannot write email message in queue '%Q/",
+         "No space left on device"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.fault);
+        Desk desk;
+        desk.input = "From: a@x.org\n\n" + std::string(5000, 'x') + "\n";
+        desk.environment = {{"MORVEX_TEST_FAULT", row.fault}};
+        const Run run = desk.run({"r@x.org"});
+        EXPECT_EQ(run.exitCode, row.exitCode);
+        std::string queue = desk.queue("");
+        queue.pop_back();
+        std::string reason = row.reason;
+        reason.replace(reason.find("%Q"), 2, queue);
+        EXPECT_TRUE(run.err.starts_with("Transaction aborted: " + reason)) << run.err;
+        EXPECT_TRUE(run.err.ends_with(std::string(row.error) + ")\n")) << run.err;
+        EXPECT_TRUE(contains(run.log, errorLine(run.err.substr(0, run.err.size() - 1))));
+        EXPECT_EQ(desk.mailFiles().size(), 0U);
+    }
+}
+
+// A message that cannot be read to its end is no message.
+TEST(Failure, UnreadableStandardInput) {
+    for (const char* fault : {"read:stdin:1:5", "read:stdin:2:5"}) {
+        SCOPED_TRACE(fault);
+        Desk desk;
+        desk.input = "From: a@x.org\n\n" + std::string(600000, 'x') + "\n";
+        desk.environment = {{"MORVEX_TEST_FAULT", fault}};
+        const Run run = desk.run({"r@x.org"});
+        EXPECT_NE(run.exitCode, 0);
+        EXPECT_TRUE(run.err.starts_with("Transaction aborted: ")) << run.err;
+        EXPECT_EQ(desk.mailFiles().size(), 0U);
+    }
+}
+
+} // namespace

@@ -1,0 +1,188 @@
+// Preloaded into the command under test.
+//
+// MORVEX_TEST_LOG=FILE: openlog, syslog and closelog are written to FILE, a line a call, and so is
+// the datagram that the interrupt handler sends to the log socket.
+// MORVEX_TEST_FAULT=CALL:PATH:N:ERRNO: the N-th call (from 1; 0 for every one) of open, mkdir,
+// write, fsync, read or unlink on a file whose path contains PATH fails with that error.
+// MORVEX_TEST_SIGNAL=CALL:PATH:N: as above, but the process first gets SIGINT.
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <pwd.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+template <class Function> Function next(const char* name) {
+    return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name));
+}
+
+using OpenCall = int (*)(const char*, int, ...);
+using WriteCall = ssize_t (*)(int, const void*, size_t);
+using ReadCall = ssize_t (*)(int, void*, size_t);
+
+void logLine(const char* line) {
+    const char* path = std::getenv("MORVEX_TEST_LOG");
+    if (path == nullptr) {
+        return;
+    }
+    const int fd = next<OpenCall>("open")(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
+    const auto write = next<WriteCall>("write");
+    if (fd != -1) {
+        write(fd, line, std::strlen(line));
+        write(fd, "\n", 1);
+        ::close(fd);
+    }
+}
+
+void logMessage(int priority, const char* format, va_list args) {
+    char line[100000];
+    const int head = std::snprintf(line, sizeof line, "%d ", priority);
+    std::vsnprintf(line + head, sizeof line - static_cast<size_t>(head), format, args);
+    logLine(line);
+}
+
+// Whether a rule in the environment names this call of this path, for the time it names.
+struct Rule {
+    const char* variable;
+    int seen = 0;
+
+    bool matches(const char* call, const char* path, int& error) {
+        const char* text = std::getenv(variable);
+        char ruleCall[16];
+        char rulePath[256];
+        int number = 0;
+        error = 0;
+        if (text == nullptr || path == nullptr ||
+            std::sscanf(text, "%15[^:]:%255[^:]:%d:%d", ruleCall, rulePath, &number, &error) < 3 ||
+            std::strcmp(call, ruleCall) != 0 || std::strstr(path, rulePath) == nullptr) {
+            return false;
+        }
+        ++seen;
+        return number == 0 || seen == number;
+    }
+};
+
+Rule fault{"MORVEX_TEST_FAULT"};
+Rule interrupt{"MORVEX_TEST_SIGNAL"};
+
+bool fails(const char* call, const char* path) {
+    int error = 0;
+    if (interrupt.matches(call, path, error)) {
+        ::raise(SIGINT);
+    }
+    if (fault.matches(call, path, error)) {
+        errno = error;
+        return true;
+    }
+    return false;
+}
+
+bool fails(const char* call, int fd) {
+    char link[64];
+    char path[4096];
+    std::snprintf(link, sizeof link, "/proc/self/fd/%d", fd);
+    const ssize_t length = ::readlink(link, path, sizeof path - 1);
+    path[length > 0 ? length : 0] = '\0';
+    return fails(call, path);
+}
+
+} // namespace
+
+extern "C" {
+
+void openlog(const char* ident, int option, int facility) {
+    char line[256];
+    std::snprintf(line, sizeof line, "openlog %s %d %d", ident, option, facility);
+    logLine(line);
+}
+
+void closelog() {
+    logLine("closelog");
+}
+
+void vsyslog(int priority, const char* format, va_list args) {
+    logMessage(priority, format, args);
+}
+
+void syslog(int priority, const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    logMessage(priority, format, args);
+    va_end(args);
+}
+
+void __vsyslog_chk(int priority, int, const char* format, va_list args) {
+    logMessage(priority, format, args);
+}
+
+void __syslog_chk(int priority, int, const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    logMessage(priority, format, args);
+    va_end(args);
+}
+
+ssize_t sendto(int, const void* data, size_t length, int, const sockaddr*, socklen_t) {
+    char line[512];
+    std::snprintf(line, sizeof line, "datagram %.*s", static_cast<int>(length),
+                  static_cast<const char*>(data));
+    logLine(line);
+    return static_cast<ssize_t>(length);
+}
+
+// A caller without a password entry.
+passwd* getpwuid(uid_t uid) {
+    if (std::getenv("MORVEX_TEST_NO_PASSWD") != nullptr) {
+        return nullptr;
+    }
+    return next<passwd* (*)(uid_t)>("getpwuid")(uid);
+}
+
+int open(const char* path, int flags, ...) {
+    va_list args;
+    va_start(args, flags);
+    const mode_t mode = va_arg(args, mode_t);
+    va_end(args);
+    return fails("open", path) ? -1 : next<OpenCall>("open")(path, flags, mode);
+}
+
+int open64(const char* path, int flags, ...) {
+    va_list args;
+    va_start(args, flags);
+    const mode_t mode = va_arg(args, mode_t);
+    va_end(args);
+    return fails("open", path) ? -1 : next<OpenCall>("open64")(path, flags, mode);
+}
+
+int mkdir(const char* path, mode_t mode) {
+    return fails("mkdir", path) ? -1 : next<int (*)(const char*, mode_t)>("mkdir")(path, mode);
+}
+
+int unlink(const char* path) {
+    return fails("unlink", path) ? -1 : next<int (*)(const char*)>("unlink")(path);
+}
+
+int fsync(int fd) {
+    return fails("fsync", fd) ? -1 : next<int (*)(int)>("fsync")(fd);
+}
+
+ssize_t write(int fd, const void* data, size_t size) {
+    return fails("write", fd) ? -1 : next<WriteCall>("write")(fd, data, size);
+}
+
+ssize_t read(int fd, void* data, size_t size) {
+    return fails("read", fd) ? -1 : next<ReadCall>("read")(fd, data, size);
+}
+
+} // extern "C"
