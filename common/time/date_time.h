@@ -41,6 +41,7 @@ public:
 
     // Writes "Tue, 03 Nov 2026 10:11:12 +0100", cut to `size` bytes with its terminator; with
     // `quoted` inside double quotes, the form of the configuration file.
+    // Requires: weekDay <= 6 and month <= 11.
     static void dateTimeToStr(const DateTime& value, char* buffer, int size, bool quoted);
 
     // Writes the ctime form, in local time and without a newline, of seconds since the Unix

@@ -16,7 +16,7 @@ public:
 
     // The same instant in ticks of 100 nanoseconds since 1 January 1601; 0 for no date. Good for
     // dates before 1970, too.
-    // Requires: the year is 1898 or later.
+    // Requires: the year is 0, or 1898 or later.
     unsigned long long toEpochFileTimeBegin() const;
 
     // Appends "3-Nov-2026"; with `padDay` a blank stands before a day of one digit.
