@@ -172,7 +172,7 @@ struct ObjectClassDesc {
 
 struct ChoiceDesc {
     std::uint32_t value;
-    char name[28];
+    char name[32];
 };
 
 // A named set of choices. With `multiple` a value is a bit set of choices; a choice of several
