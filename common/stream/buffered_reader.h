@@ -100,7 +100,6 @@ public:
     // The unread bytes, or else what the base says.
     int canRead() const override;
 
-    int flush() override;
     unsigned getReceivedCount(bool reset) const override;
     unsigned getSentCount(bool reset) const override;
 
@@ -129,10 +128,9 @@ public:
 
 private:
     int unread() const { return static_cast<int>(fillPointer - readPointer); }
-    int fail(int result);
     void reallocate(int size);
     int fill(int room);
-    int wantedAllocation(int size) const;
+    void growFor(int wanted);
 
     Stream* base;
     char* start;

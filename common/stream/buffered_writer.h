@@ -92,7 +92,7 @@ public:
     long long lseek(long long offset, Seek origin) override;
     int truncate(long long newSize) override;
 
-    // As if there were no buffer.
+    // Of what has reached the base.
     long long getSize() const override;
 
     // The base's, or StateError without one.

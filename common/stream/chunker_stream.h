@@ -11,6 +11,7 @@ public:
     // size bytes from start on; -1 as size means up to the end of the base. A start below 0, a size
     // below -1, or an end that cannot be found gives a bad chunk: transfers give -1, the states
     // are StateError and the size is 0. Holds a reference to stream.
+    // Requires: stream is not null.
     ChunkerStream(Stream* stream, long long start, long long size);
 
     // The same from the base's present position on. If that cannot be had, the chunk starts where

@@ -13,7 +13,6 @@
 #include <dirent.h>
 
 #include <memory>
-#include <string_view>
 #include <vector>
 
 class Dir {
@@ -68,10 +67,9 @@ private:
 
     void endSearch();
     void closeEntry();
-    void openLevel();
-    bool enterNextLevel();
-    void pushSubdirectories();
-    int composeEntry(const char* entryName);
+    void openNextLevel();
+    void pushSubdirectories(const char* level);
+    int composeEntry(const char* level, const char* entryName);
 
     char inlinePath[InlinePathSize];
     char entryPath[EntryPathSize];
