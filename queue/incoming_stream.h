@@ -98,8 +98,8 @@ public:
     int finalizeHeaderHookCall();
 
 private:
-    File file;              // nameless once it is open
-    BufferedWriter* writer; // owned reference; all writes go through it
+    File file;                  // nameless once it is open
+    BufferedWriterImpl* writer; // owned reference; all writes go through it
 
 public:
     bool nonASCII = false; // a byte with its top bit set was written
@@ -116,12 +116,15 @@ public:
     bool computeCRC = false;            // keep `crc`
 
 private:
-    bool scanHeaders(const unsigned char* data, int& size);
-    bool settleFix(const unsigned char* data, int& result);
-    int storeLineEnd();
-    int addTail(const char* tail, int length);
+    int store(const void* data, int size);
+    int scanHeaders(const unsigned char* data, int size);
+    void scanByte(unsigned char byte);
+    bool settleFix(unsigned char byte, int& result);
+    int cutAtLineEnd(const unsigned char* data, int size);
     void trackTail(const unsigned char* data, int size);
-    int closeFile();
+    int addTail();
+    int syncAndClose();
+    void noteHeader(const char* line);
 };
 
 #endif

@@ -22,6 +22,7 @@
 #include "queue/record_format.h"
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 
 class CriticalSection;
@@ -167,6 +168,9 @@ public:
     // 3 + n the address of recipient n. Null for a position that does not exist.
     const char* getString(int position) const { return strings.get(position); }
 
+    // The address of a recipient, or null.
+    const char* getRCPT(int rcpt) const { return strings.get(RecordFormat::frontStrings + rcpt); }
+
     // The string that a link in the record names, or null.
     const char* getLinkedString(std::uint32_t index) const;
 
@@ -194,29 +198,42 @@ private:
 
     MailItem();
 
-    unsigned char* versionRecord(std::uint32_t version) const;
-    unsigned char* rcptRecord(int rcpt) const;
-    void setField(int field, std::uint32_t value) { RecordFormat::store(record + field, value); }
+    unsigned char* versionRecord(std::uint32_t version) const {
+        return record + RecordFormat::blockBytes +
+               static_cast<std::size_t>(version) * RecordFormat::versionBytes;
+    }
+    unsigned char* rcptRecord(int rcpt) const {
+        return versionRecord(versionSlots) +
+               static_cast<std::size_t>(rcpt) * RecordFormat::rcptBytes;
+    }
+    template <class T> void setField(int field, T value) {
+        RecordFormat::store<T>(record + field, value);
+    }
     void dropRecord();
+    void storeState();
 
-    // newMail and endData, step by step.
+    // newMail, bindMail and endData, step by step.
     int claimId(MailQueue* queue);
+    int openStateFile(const char* name);
+    void becomeOwned(MailQueue* queue);
+    void dropHold(MailQueue* queue);
     int finishData(MailQueue::SourceTypes source, IncomingStream* stream);
     bool filesAreThere(MailQueue* queue);
 
-    // Loading, step by step; each gives 0, or -1 with the last error set.
-    int readHeader();
-    int readRecord(long long fileSize, int& tableSize);
+    // Saving and loading, step by step; each gives 0, or -1 with the last error set.
+    int writeRecord(bool whole, long long& bytes);
+    void forgetContent();
+    int loadContent();
+    int readExactly(void* buffer, int size, unsigned shortError);
+    int readRecord(long long& tableSize);
     int readStrings(int tableSize, bool& corrupted);
     int checkPaths() const;
     int checkRecipients(bool corrupted);
     void readParams();
 
-    int writeRecord(bool whole, long long& bytes);
-    bool growRecordForRCPT();
-    int findParam(const char* name, bool& found) const;
-    int openStateFile(const char* name);
-    void becomeOwned(MailQueue* queue);
+    bool appendString(const char* text, std::size_t length);
+    bool findParam(const char* name, std::size_t length, int& place) const;
+    void growRecordForRCPT();
 
     std::int32_t id = -1;
     unsigned char* record = nullptr; // owned

@@ -31,10 +31,12 @@
 
 #include <cstdint>
 
+class File;
 class IncomingStream;
 class MailItem;
 class MailShepherd;
 class RBTree;
+class TreeListing;
 
 class MailQueue {
 public:
@@ -151,12 +153,13 @@ private:
     friend class MailItem;
 
     // setDirectory, step by step; each gives 0, or -1 with the last error set.
-    int openTree(const char* path, int entryCount, bool& fresh);
-    int makeDirectories(const char* path, int entryCount, bool fresh);
+    int openTree(const char* path, int entryCount, TreeListing& listing);
+    int makeDirectories(int entryCount, const TreeListing& listing);
     int readToken(const char* path, int entryCount);
     void dropDirectory();
 
-    // What newMail of MailItem wants: a random id, and the wait objects' pool.
+    // What MailItem takes from its queue: a random id, and the pool of wait objects.
+    // Requires: the lock is entered.
     int drawId() const;
     CriticalSection* takeWaitLock();
     void giveWaitLock(CriticalSection* waitLock);
@@ -164,7 +167,7 @@ private:
     MailItem* search(int id);
     MailItem* bindLoaded(MailItem* item, int id, int timeout);
     void removeReleased(MailItem* item);
-    bool makeMarker(const char* name);
+    void makeMarker(File& marker);
 
     RBTree* items;           // owned: Int32Key to MailItem*, which it deletes
     HVector<int> unboundIds; // sorted: left `items`, files still on disk

@@ -1,0 +1,3 @@
+#include "queue/mail_shepherd.h"
+
+MailShepherd::~MailShepherd() = default;
