@@ -14,9 +14,9 @@ template <class T, class A> class HVector;
 
 class Mailbox2 {
 public:
-    // The display name goes through decodeHeader(fullName, false), so that encoded words (RFC 2047)
+    // The display name goes through decodeHeader(name, false), so that encoded words (RFC 2047)
     // are held decoded. The addr-spec is copied as it stands. A null stays null.
-    Mailbox2(const char* fullName, const char* addrSpec);
+    Mailbox2(const char* name, const char* spec);
 
     // Copies both texts as they stand, with no decoding.
     Mailbox2(const Mailbox2& other);
@@ -112,7 +112,7 @@ public:
 class Single final : public Address {
 public:
     // Takes the mailbox over. Requires: mailbox is not null.
-    explicit Single(Mailbox2* mailbox);
+    explicit Single(Mailbox2* newMailbox);
     ~Single() override;
 
     bool isGroup() const override;

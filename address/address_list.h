@@ -70,6 +70,10 @@ public:
     // backslash stands before it.
     static void normalizeAddrSpec(std::string* text);
 
+    // Appends a text as it stands or, with `encode`, as encodeHeader gives it; a text that cannot
+    // be encoded is appended as it stands.
+    static void appendHeaderText(std::string& out, const std::string& text, bool encode);
+
     HVector<void*, void*>* addresses; // owned, of owned Address*: size() and get(i) are the list
 
 private:

@@ -10,6 +10,8 @@
 #ifndef MORVEX_ADDRESS_DOMAINNAME_H
 #define MORVEX_ADDRESS_DOMAINNAME_H
 
+#include <cstddef>
+
 class DomainnameMatcher;
 
 class Domainname {
@@ -55,7 +57,9 @@ public:
     Domainname* subdomainname(int index);
 
 private:
-    void setOffsets(const DomainnameMatcher& matcher);
+    static void addOffsets(const DomainnameMatcher& matcher, std::size_t base,
+                           unsigned char* offsets, int& used);
+    void store(const char* text, std::size_t length, const unsigned char* offsets, int count);
 
     char* name;                 // owned, or null
     unsigned char partCount;    // number of labels

@@ -156,7 +156,7 @@ public:
     static constexpr int TextSize = 28; // room that toString wants, in any radix
 
     InetSocketAddr();
-    InetSocketAddr(const InetAddr& address, unsigned short port);
+    InetSocketAddr(const InetAddr& address, unsigned short portNumber);
     explicit InetSocketAddr(const sockaddr_in& address);
     InetSocketAddr(const InetSocketAddr& other);
     ~InetSocketAddr() override;
@@ -171,6 +171,8 @@ public:
 
     InetSocketAddr& operator=(const InetSocketAddr& other);
     InetSocketAddr& operator=(const sockaddr_in& other);
+    bool operator==(const InetSocketAddr& other) const;
+    bool operator!=(const InetSocketAddr& other) const;
 
     const InetAddr& getInetAddr() const { return inetAddr; }
     unsigned short getPort() const { return port; } // host byte order
