@@ -66,9 +66,15 @@ protected:
     SyncProvider& provider() const;
 
 private:
-    void wakeWaiters(SyncProvider& provider) const;
+    // The steps below change the fields; their caller holds `provider`. acquire and release know
+    // nothing of the thread's lists.
+    int acquireRead(SyncProvider& provider, int timeout) const;
+    void releaseRead(SyncProvider& provider) const;
+    // `reader` says that this thread is one of the readers counted.
+    int acquireWrite(SyncProvider& provider, bool reader, int timeout) const;
     int waitFree(SyncProvider& provider, int timeout) const;
     void waitNoWriter(SyncProvider& provider) const;
+    void wakeWaiters(SyncProvider& provider) const;
 
     // 0 free, above 0 the number of reading threads, -1 a writer. Changed inside the provider
     // only; atomic because waitUnlock looks at it from outside first.

@@ -203,24 +203,23 @@ public:
     // The allocator's; without conditions.
     static CriticalSection* allocCS;
 
-    class LocalPools; // the per-thread caches; for the implementation of the pools
-
-protected:
-    // Binds this object to the calling thread as the current one, or with null unbinds. False
-    // with the last error if the platform has no memory for it.
-    static bool bindCurrent(Thread* thread);
-    // Counts one thread more or less; waiters are woken when one goes.
-    static void countThread(int difference);
-
 private:
     friend class ForeignThread;
-    friend class LocalPools;
 
     static void* thstart(void* argument);
     int runGuarded();
-    void* takeStack();
-    static const char* copyErrorText(const char* text);
-    int createThread(const pthread_attr_t& attributes);
+    int createStarted(const pthread_attr_t& attributes);
+    int failStart(unsigned code);
+    // Makes `thread` the calling thread's current one; null unbinds. False with the last error.
+    static bool bindCurrent(Thread* thread);
+    // Changes the number of threads; who waits for it to fall is woken.
+    static void countThreads(int difference);
+
+    static char* errorBuffer();
+    static const char* keepErrorText(const char* text);
+    static const char* foreignErrorText(unsigned code);
+    static void dropCaches(Thread& thread);
+    static void keepName(char (&name)[64], const char* text);
 
     static HVector<CleanupHook*, void*>* cleanupHooks;
 
