@@ -19,13 +19,15 @@
 %param {void* flexer}
 %expect 0
 
+%code requires {
+#include <string>
+}
+
 %code {
 #include "address/address.h"
 #include "address/address_list.h"
 #include "address/parse_text.h"
 #include "address/postdock/flexer.h"
-
-#include <string>
 
 namespace {
 
@@ -41,7 +43,7 @@ void addrPostdockerror(void* /*flexer*/, const char* /*message*/) {}
 } // namespace
 
 #define FLEXER toFlexer(flexer)
-#define LOOKAHEAD (yychar == TOK_YYEMPTY ? nullptr : &yylval.text)
+#define LOOKAHEAD (yychar == TOK_ADDRPOSTDOCKEMPTY ? nullptr : &yylval.text)
 #define DROP(count) dropTexts(FLEXER->getPool(), count, LOOKAHEAD)
 #define PUSH() pushText(FLEXER->getPool(), LOOKAHEAD)
 }
