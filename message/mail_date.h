@@ -62,6 +62,9 @@ public:
     int getZone() const { return zone; }
 
 private:
+    // Formats into text, cut at its size.
+    void format(const char* pattern, ...) __attribute__((format(printf, 2, 3)));
+
     long long seconds; // since 1970, UTC, whatever the zone
     int zone;          // HHMM with a sign: +0200 is 200, -0530 is -530
     char text[40];     // the last written form

@@ -1,0 +1,231 @@
+// The way out of a message: its fields, folded where they are long, and the pass of its body.
+
+#include "common/stream/line_scanner.h"
+#include "common/stream/stream.h"
+#include "message/mail_msg.h"
+#include "message/staged_output.h"
+
+#include <cstddef>
+#include <cstring>
+#include <memory>
+
+namespace {
+
+// The longest line that is written in one piece where a fold is possible.
+constexpr int FOLD_WIDTH = 78;
+
+// Lines below this are put together on the stack.
+constexpr int LINE_BUFFER_SIZE = 16384;
+
+bool isBlank(char c) {
+    return c == ' ' || c == '\t';
+}
+
+// The place within the first FOLD_WIDTH characters of a line where it is best folded: the last TAB
+// or the last blank behind ";" or ")", or else the last blank. 0 if there is none, or only blanks
+// in front of it, which would leave a line that looks empty.
+int findBreak(const char* line) {
+    int place = 0;
+    int blank = 0;
+    for (int i = FOLD_WIDTH; i > 0 && place == 0; --i) {
+        if (line[i] == '\t' || (line[i] == ' ' && (line[i - 1] == ';' || line[i - 1] == ')'))) {
+            place = i;
+        } else if (line[i] == ' ' && blank == 0) {
+            blank = i;
+        }
+    }
+    if (place == 0) {
+        place = blank;
+    }
+    for (int i = 1; i < place; ++i) {
+        if (!isBlank(line[i])) {
+            return place;
+        }
+    }
+    return 0;
+}
+
+// Writes a line of more than FOLD_WIDTH characters in pieces. The blank at a break starts the next
+// piece (RFC 2822, 2.2.3).
+bool writeFolded(StagedOutput& out, const char* line, int length) {
+    while (length > FOLD_WIDTH) {
+        int place = findBreak(line);
+        if (place == 0) {
+            const int behind = searchTabOrBlank(
+                reinterpret_cast<const unsigned char*>(line + FOLD_WIDTH), length - FOLD_WIDTH);
+            if (behind < 0) {
+                break;
+            }
+            place = FOLD_WIDTH + behind - 1;
+        }
+        if (!out.append(line, place) || !out.appendLineEnd()) {
+            return false;
+        }
+        line += place;
+        length -= place;
+    }
+    return out.append(line, length) && out.appendLineEnd();
+}
+
+bool writeField(StagedOutput& out, const HeaderField& field, bool fold) {
+    const int separatorLength = static_cast<int>(std::strlen(field.getSeparator()));
+    const int length = field.getNameLength() + separatorLength + field.getValueLength();
+    if (!fold || length <= FOLD_WIDTH) {
+        return out.append(field.getName(), field.getNameLength()) &&
+               out.append(field.getSeparator(), separatorLength) &&
+               out.append(field.getValue(), field.getValueLength()) && out.appendLineEnd();
+    }
+    char local[LINE_BUFFER_SIZE];
+    std::unique_ptr<char[]> large;
+    char* line = local;
+    if (length >= LINE_BUFFER_SIZE) {
+        large.reset(new char[static_cast<std::size_t>(length)]);
+        line = large.get();
+    }
+    char* end = line;
+    const auto put = [&end](const char* text, int size) {
+        std::memcpy(end, text, static_cast<std::size_t>(size));
+        end += size;
+    };
+    put(field.getName(), field.getNameLength());
+    put(field.getSeparator(), separatorLength);
+    put(field.getValue(), field.getValueLength());
+    return writeFolded(out, line, length);
+}
+
+// How much of the input is asked for at once.
+constexpr int READ_SIZE = 65536;
+
+// LF, CR LF and NUL end a line (the flags of Stream::searchEOL).
+constexpr int BODY_LINE_ENDS = 6;
+
+// A line counts in pieces of this length, and a last piece that is a lone dot ends the input too.
+constexpr int PIECE_LENGTH = 10240;
+
+// Turns blocks of body text into CR LF lines. A block may end anywhere; the few bytes at its end
+// whose meaning the next block decides are left to be seen again together with it.
+class BodyWriter {
+public:
+    BodyWriter(Stream& target, bool dotEnds) : out(target), dotEndsInput(dotEnds) {}
+
+    // How much of a block was written or, with a lone dot, passed by; -1 if the output failed.
+    int takeBlock(const char* data, int size) {
+        int place = 0;
+        int written = 0; // up to where the block has been written
+        while (place < size) {
+            int lineEnd = 0;
+            const int line = Stream::searchEOL(BODY_LINE_ENDS,
+                                               reinterpret_cast<const unsigned char*>(data) + place,
+                                               size - place, lineEnd);
+            if (line < 0) {
+                break;
+            }
+            const int textEnd = place + line - lineEnd;
+            if (isLoneDot(data, place, textEnd)) {
+                dotMet = true;
+                return out.append(data + written, textEnd - 1 - written) ? place + line : -1;
+            }
+            place += line;
+            lineStart = 0;
+            // A run of lines that end in CR LF already goes out in one piece.
+            if (lineEnd == 1) {
+                if (!out.append(data + written, textEnd - written) || !out.appendLineEnd()) {
+                    return -1;
+                }
+                written = place;
+            }
+        }
+        const int end = size - undecided(data, place, size);
+        lineStart += end - place;
+        return out.append(data + written, end - written) ? end : -1;
+    }
+
+    // Writes what takeBlock left of the last block; false if the output failed.
+    bool takeEnd(const char* data, int size) {
+        dotMet = isLoneDot(data, 0, size);
+        return dotMet || out.append(data, size);
+    }
+
+    bool finish() { return out.flush(); }
+    bool endedByDot() const { return dotMet; }
+
+private:
+    // Whether the line's text in a block, or its last piece, is a lone dot.
+    bool isLoneDot(const char* data, int from, int end) const {
+        if (!dotEndsInput || end == from || data[end - 1] != '.') {
+            return false;
+        }
+        return (lineStart + end - from) % PIECE_LENGTH == 1;
+    }
+
+    // The bytes at the end of a block that may be the first half of a CR LF, or a lone dot.
+    int undecided(const char* data, int place, int size) const {
+        const int textEnd = size > place && data[size - 1] == '\r' ? size - 1 : size;
+        return size - (isLoneDot(data, place, textEnd) ? textEnd - 1 : textEnd);
+    }
+
+    StagedOutput out;
+    bool dotEndsInput;
+    bool dotMet = false;
+    long long lineStart = 0; // bytes of the present line in earlier blocks
+};
+
+} // namespace
+
+int MailMsg::writeHeaders(Stream& output) {
+    StagedOutput out(output);
+    for (const HeaderField* field : fields) {
+        if (!writeField(out, *field, !outputFoldingDisabled)) {
+            return -1;
+        }
+    }
+    if (blankLineAfterHeaders && !out.appendLineEnd()) {
+        return -1;
+    }
+    return out.flush() && output.getOutputState() == Stream::StateGood ? 0 : -1;
+}
+
+int MailMsg::writeBody(Stream& output, bool normalize) {
+    if (!normalize && !dotEndsInput) {
+        long long count = 0;
+        return tokenizer.copy(output, count);
+    }
+    if (!inputEnded && passNormalized(output) != 0) {
+        return -1;
+    }
+    return output.getOutputState() == Stream::StateGood ? 0 : -1;
+}
+
+// Works in the reader's own buffer, block by block; each block is consumed as soon as it is
+// written, so that an input with more behind its lone dot stands right there.
+int MailMsg::passNormalized(Stream& output) {
+    BodyWriter body(output, dotEndsInput);
+    int held = 0; // bytes at hand that the last block left undecided
+    while (!inputEnded) {
+        int size = tokenizer.canRead();
+        if (size <= held) {
+            size = READ_SIZE;
+        }
+        const char* data = static_cast<const char*>(tokenizer.peek(size));
+        if (data == nullptr) {
+            return -1;
+        }
+        int used = size;
+        if (size > held) {
+            used = body.takeBlock(data, size);
+            inputEnded = body.endedByDot();
+        } else {
+            inputEnded = true;
+            used = body.takeEnd(data, size) ? size : -1;
+        }
+        if (used < 0) {
+            return -1;
+        }
+        held = size - used;
+        int consumed = used;
+        if (used > 0 && (tokenizer.read(consumed) == nullptr || consumed != used)) {
+            return -1;
+        }
+    }
+    return body.finish() ? 0 : -1;
+}

@@ -1,0 +1,75 @@
+#include "message/text_checks.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace {
+
+constexpr std::uint64_t TOP_BITS = 0x8080808080808080U;
+
+std::uint64_t loadWord(const char* text) {
+    std::uint64_t word;
+    std::memcpy(&word, text, sizeof word);
+    return word;
+}
+
+// How many continuation bytes a lead byte announces; -1 for a byte that cannot lead.
+int continuations(unsigned char lead) {
+    if (lead < 0xC0) {
+        return -1;
+    }
+    if (lead < 0xE0) {
+        return 1;
+    }
+    if (lead < 0xF0) {
+        return 2;
+    }
+    if (lead < 0xF8) {
+        return 3;
+    }
+    if (lead < 0xFC) {
+        return 4;
+    }
+    return lead < 0xFE ? 5 : -1;
+}
+
+} // namespace
+
+bool Utils::isValidUTF8(unsigned char* text) {
+    const unsigned char* p = text;
+    while (*p != 0) {
+        const unsigned char lead = *p++;
+        if (lead < 0x80) {
+            continue;
+        }
+        int left = continuations(lead);
+        if (left < 0) {
+            return false;
+        }
+        for (; left > 0; --left, ++p) {
+            if ((*p & 0xC0) != 0x80) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+bool Utils::isASCII(const char* text, unsigned int length) {
+    const char* const end = text + length;
+    // Four words a step, without a branch between them: this runs over whole messages.
+    for (; end - text >= 32; text += 32) {
+        const std::uint64_t all =
+            loadWord(text) | loadWord(text + 8) | loadWord(text + 16) | loadWord(text + 24);
+        if ((all & TOP_BITS) != 0) {
+            return false;
+        }
+    }
+    for (; text < end; ++text) {
+        if ((static_cast<unsigned char>(*text) & 0x80) != 0) {
+            return false;
+        }
+    }
+    return true;
+}
