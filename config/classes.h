@@ -30,7 +30,7 @@ public:
     static CastableId* getRowClassId(unsigned row);
 
     // Answers for the classes of the object's own row, of its bases, and of Object.
-    void* doCastInternal(CastableId* id) const override;
+    void* doCastInternal(CastableId* classId) const override;
     CastableId* getOwnCastableId() const override;
 
     const ObjectClass* getObjectClass() const override { return objectClass; }

@@ -14,7 +14,6 @@
 #include "config/value.h"
 
 #include <cstdint>
-#include <string>
 
 namespace HConfig {
 
@@ -36,7 +35,7 @@ public:
     explicit Constraint(std::uint32_t constraintId) : id(constraintId) {}
 
     static CastableId* getCastableClassId();
-    void* doCastInternal(CastableId* id) const override;
+    void* doCastInternal(CastableId* classId) const override;
     CastableId* getOwnCastableId() const override;
 
     virtual const ConstraintDesc& getConstraintDesc() const;
@@ -59,12 +58,9 @@ private:
     std::uint32_t id;
 };
 
-// Makes the constraints of one id. Factories are static objects; the built-in ones stand in a
-// constant table.
+// Makes the constraints of one id. Factories are static objects that stand in a constant table.
 class ConstraintFactory {
 public:
-    virtual ~ConstraintFactory() = default;
-
     // A new constraint with the parameters of one row, owned by the caller. `params` is null for
     // a constraint without parameters and otherwise stays valid as long as the constraint.
     virtual Constraint* getConstraint(const ConstraintParamValue* params) const = 0;
@@ -79,6 +75,9 @@ public:
     // The description of an id from 1. An id that is not used has an empty name.
     // Requires: id < CONSTRAINT_COUNT.
     static const ConstraintDesc& getDesc(unsigned id);
+
+protected:
+    ~ConstraintFactory() = default; // not virtual: factories are static and never deleted
 };
 
 // 0 passes when `allowZero`, 0xFFFFFFFF when `allowInfinite`; otherwise minValue to maxValue, both
@@ -211,20 +210,6 @@ public:
 private:
     bool allowEmpty;
 };
-
-// Tests one mailbox name in the modified UTF-7 of IMAP (RFC 3501, section 5.1.3): 1 to 10239
-// bytes, not only blanks, nothing unprintable, no double quote, "%", "*" or "~", and each run of
-// encoded text closed, well formed, free of what could be written plain, and not directly
-// followed by another run.
-bool checkMboxName(const char* text, unsigned length);
-
-// Tests one run of encoded text, with "/" in place of its ",": whole 16-bit units, none of which
-// is an ASCII character that must be written plain.
-bool checkBase64(const char* text, unsigned length);
-
-// Applies checkMboxName to each component between "/". One leading and one trailing "/" are
-// passed over; an empty path fails and "/" alone passes.
-bool checkPathName(const std::string& path);
 
 } // namespace HConfig
 

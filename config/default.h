@@ -39,10 +39,9 @@ private:
 // Makes the defaults of one id.
 class DefaultFactory {
 public:
-    virtual ~DefaultFactory() = default;
-
     // A new default with the parameters of one row, owned by the caller. `params` is null for a
-    // default without parameters and otherwise stays valid as long as the default.
+    // default without parameters and otherwise stays valid as long as the default. Runs while a
+    // class is being resolved, so it must not ask classes for their attributes.
     virtual Default* getDefault(const DefaultParamValue* params) const = 0;
 
     // The same in an arena: the caller runs the destructor only. Null where the factory does not
@@ -59,6 +58,9 @@ public:
     // outlives every Config that is made meanwhile.
     // Requires: 0 < id < DEFAULT_COUNT, and no Config in existence.
     static void registerFactory(unsigned id, const DefaultFactory* factory);
+
+protected:
+    ~DefaultFactory() = default; // not virtual: factories are static and never deleted
 };
 
 // A number, for number and choice types.

@@ -75,7 +75,7 @@ public:
     explicit MenuConstraint(const Menu* boundMenu) : Constraint(CONSTRAINT_NONE), menu(boundMenu) {}
 
     static CastableId* getCastableClassId();
-    void* doCastInternal(CastableId* id) const override;
+    void* doCastInternal(CastableId* classId) const override;
     CastableId* getOwnCastableId() const override;
 
     const ConstraintDesc& getConstraintDesc() const override { return menu->getConstraintDesc(); }

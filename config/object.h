@@ -37,7 +37,7 @@ public:
     Object& operator=(const Object&) = delete;
 
     static CastableId* getCastableClassId();
-    void* doCastInternal(CastableId* id) const override;
+    void* doCastInternal(CastableId* classId) const override;
     CastableId* getOwnCastableId() const override;
 
     // An object is its own key. Two objects of one class compare without copying their keys.
@@ -52,7 +52,7 @@ public:
 
     // Copies a value in. -1 when the constraint refuses.
     virtual int setValue(unsigned index, Value value);
-    // Takes a value over, without a copy; on -1 it stays the caller's.
+    // Takes a value over without a copy and empties `value`; on -1 it stays the caller's.
     virtual int fastSetValue(unsigned index, Value& value);
     // Parses a text. -1 when it does not parse or the constraint refuses.
     virtual int setStringValue(unsigned index, const char* text);
@@ -210,8 +210,8 @@ public:
     int setAllToDefault();
 
     // doUpdate without a lock: VALUE and VALUE-SET, children and object sets but those with a life
-    // of their own. With a listener it is told what changed; what changed is added to `outMarker`
-    // if given. True when something changed.
+    // of their own. A listener is told what changed, and `outMarker` receives it. True when
+    // something changed.
     bool doUpdate(const Object* source, ObjectCallback* callback, ObjectMarker* outMarker);
 
 protected:
@@ -223,8 +223,6 @@ protected:
 
 private:
     friend class ObjectSet;
-    class ListenerPause;
-    class UpdateWalk;
     using AttributeList = std::vector<const Attribute*>;
 
     Value* values = nullptr; // one slot per attribute, from the first doInit on
@@ -253,12 +251,15 @@ private:
     Object* newClone(bool deep) const;
     bool isAttrEqual(const Attribute& attribute, const Object& other, bool deep);
 
+    bool updateAttr(const Attribute& attribute, const Object& source, bool emptySets);
+    Object& neededChild(const Attribute& attribute);
     bool doRecursiveUpdate(const Object* source, ObjectCallback* callback, AttributeList& deferred);
-    void doUpdate(ObjectCallback* callback);
-    void doRecursiveUpdate(ObjectCallback* callback, AttributeList& deferred);
+    void announce(ObjectCallback* callback, bool recursive, AttributeList& deferred);
     int persistentUpdateAs(const Object* source, const ObjectMarker* marker, bool deep);
     int doPersistentUpdate(const Object* source, const ObjectMarker* marker,
                            ObjectCallback* callback, Object* oldState, bool deep);
+    int persistentlyUpdateChild(const Attribute& attribute, const Object& source,
+                                ObjectCallback* callback, ObjectMarker& ownMarker);
 };
 
 } // namespace HConfig

@@ -10,6 +10,7 @@
 #include "config/callback.h"
 
 #include <set>
+#include <vector>
 
 namespace HConfig {
 
@@ -105,14 +106,14 @@ private:
     const ObjectClass* objectClass;
     Elements elements;
 
-    struct Merge;
     struct Listener;
 
     Iterator find(const AKey* key) const;
     Iterator upperBound(const AKey* key) const;
+    int merge(const ObjectSet& source, const Listener& listener, bool& changed);
+    int addPending(std::vector<Object*>& pending, const Listener& listener, bool& changed);
     int findForUpdate(const AKey* key, const Object* source, Iterator& at) const;
-    Object* reinsert(Iterator at, const Object* source, ObjectMarker* marker, bool& changed);
-    int merge(const ObjectSet& source, Merge& work);
+    Object* replace(Iterator at, const Object* source, ObjectMarker* marker, bool& changed);
 };
 
 // Walks an object set. A cursor is valid as long as the set is not changed.
