@@ -174,7 +174,7 @@ bool Object::isGiven(const Attribute& attribute) const {
 //  true   true     treated                    REQUIRED or KEY     stops
 bool Object::doSetToDefault(bool first, bool second) {
     const ObjectClass* objectClass = getObjectClass();
-    const std::uint32_t skipped = first == second ? 0 : FLAG_OWN_LIFE;
+    const std::uint32_t skipped = first == second ? 0U : FLAG_OWN_LIFE;
     const std::uint32_t given = FLAG_REQUIRED | (second ? FLAG_KEY : 0U);
     bool isWell = true;
     for (const Attribute* attribute = objectClass->attributesBegin();
