@@ -11,8 +11,9 @@
 
 class ForeignThread : public Thread {
 public:
-    // `stackPointer` is an address near the top of the thread's stack, or null for the caller's
-    // own frame. `text` names the thread; null gives "ForeignThread[id]".
+    // `stackPointer` is an address near the top of the thread's stack. Null takes the constructor's
+    // own frame, and then what lies in the frames of its callers does not count as on the stack
+    // (Thread::isOnStack). `text` names the thread; null gives "ForeignThread[id]".
     explicit ForeignThread(void* stackPointer = nullptr, const char* text = nullptr);
     ~ForeignThread() override;
 

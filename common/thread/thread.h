@@ -78,7 +78,8 @@ public:
     explicit Thread(bool usePools);
     Thread(const Thread&) = delete;
     Thread& operator=(const Thread&) = delete;
-    // Waits for a joinable thread's end.
+    // Waits for a joinable thread's end. A derived class joins in its own destructor: here its run
+    // and its fields are gone already.
     // Requires: a detached thread has ended, or is the caller itself at the end of its run.
     ~Thread() override;
 

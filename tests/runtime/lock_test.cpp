@@ -1,0 +1,218 @@
+#include "common/hexcept.h"
+#include "common/thread/critical_section.h"
+#include "common/thread/multi_thread_cs.h"
+#include "common/thread/reentrant_cs.h"
+#include "tests/runtime/runtime.h"
+
+#include <cstdio>
+#include <set>
+
+namespace {
+
+using LockTest = RuntimeTest;
+
+// Starts `count` threads on the same work and waits for all.
+void onThreads(int count, const std::function<int()>& work) {
+    std::vector<std::unique_ptr<Worker>> workers;
+    for (int i = 0; i < count; ++i) {
+        workers.push_back(std::make_unique<Worker>(work));
+        ASSERT_EQ(workers.back()->start(0), 0);
+    }
+}
+
+TEST_F(LockTest, CriticalSectionExcludes) {
+    CriticalSection section(0);
+    int counter = 0; // plain: the lock is all that protects it
+    onThreads(4, [&] {
+        for (int i = 0; i < 2000; ++i) {
+            CriticalSection::Locker locker(section);
+            ++counter;
+        }
+        return 0;
+    });
+    EXPECT_EQ(counter, 8000);
+
+    section.enter();
+    EXPECT_EQ(onThread([&] { return section.tryEnter(); }), -1);
+    section.leave();
+    EXPECT_EQ(section.tryEnter(), 0);
+    section.leave();
+}
+
+TEST_F(LockTest, WaitAnswersTimeAndBadConditions) {
+    CriticalSection section(1);
+    CriticalSection::Locker locker(section);
+    const struct {
+        int condition;
+        int timeout;
+        unsigned error;
+    } rows[] = {{0, 0, HE_TIMEOUT}, {0, 20, HE_TIMEOUT}, {1, 0, HE_INVAL}, {-1, -1, HE_INVAL}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(section.wait(row.condition, row.timeout), -1);
+        EXPECT_EQ(Thread::getLastError(), row.error);
+    }
+    section.signal(5); // ignored
+    EXPECT_EQ(section.addConditions(-1), -1);
+    EXPECT_EQ(section.addConditions(0), 1);
+    EXPECT_EQ(section.addConditions(3), 4);
+    EXPECT_EQ(section.wait(3, 0), -1);
+    EXPECT_EQ(Thread::getLastError(), HE_TIMEOUT);
+}
+
+TEST_F(LockTest, SignalsWakeByCondition) {
+    CriticalSection section(2);
+    int turn = 0;
+    int woken = 0;
+    Worker first([&] {
+        CriticalSection::Locker locker(section);
+        while (turn != 1) {
+            section.wait(0, -1);
+        }
+        ++woken;
+        return 0;
+    });
+    Worker second([&] {
+        CriticalSection::Locker locker(section);
+        while (turn != 1) {
+            section.wait(1, 20000);
+        }
+        ++woken;
+        return 0;
+    });
+    ASSERT_EQ(first.start(0), 0);
+    ASSERT_EQ(second.start(0), 0);
+    Thread::sleep(20);
+    section.enter();
+    turn = 1;
+    section.signal(0);
+    section.signalAll(1);
+    section.leave();
+    first.join();
+    second.join();
+    EXPECT_EQ(woken, 2);
+}
+
+TEST_F(LockTest, ReentrantLockNests) {
+    ReentrantCS section(1);
+    section.enter();
+    section.enter();
+    EXPECT_EQ(section.tryEnter(), 0);
+    section.leave();
+    section.leave();
+    EXPECT_EQ(onThread([&] { return section.tryEnter(); }), -1) << "one level is still held";
+    section.leave();
+    EXPECT_EQ(onThread([&] {
+                  const int result = section.tryEnter();
+                  section.leave();
+                  return result;
+              }),
+              0);
+    int counter = 0;
+    onThreads(4, [&] {
+        for (int i = 0; i < 1000; ++i) {
+            ReentrantCS::Locker outer(section);
+            ReentrantCS::Locker inner(section);
+            ++counter;
+        }
+        return 0;
+    });
+    EXPECT_EQ(counter, 4000);
+}
+
+TEST_F(LockTest, ReentrantWaitGivesUpAllLevels) {
+    ReentrantCS section(2);
+    bool entered = false;
+    Worker other([&] {
+        ReentrantCS::Locker locker(section);
+        entered = true;
+        section.signal(1);
+        Thread::sleep(20); // the waiter comes back only when the lock is free
+        entered = false;
+        return 0;
+    });
+    section.enter();
+    section.enter();
+    ASSERT_EQ(other.start(0), 0);
+    EXPECT_EQ(section.wait(1, 20000), 0);
+    EXPECT_FALSE(entered);
+    EXPECT_EQ(section.wait(0, 10), -1);
+    EXPECT_EQ(Thread::getLastError(), HE_TIMEOUT);
+    EXPECT_EQ(section.wait(2, 0), -1);
+    EXPECT_EQ(Thread::getLastError(), HE_INVAL) << "two conditions for the users";
+    EXPECT_EQ(section.wait(-1, 0), -1) << "the lock's own condition is not theirs";
+    EXPECT_EQ(section.addConditions(1), 3);
+    section.leave();
+    EXPECT_EQ(onThread([&] { return section.tryEnter(); }), -1) << "both levels are back";
+    section.leave();
+    other.join();
+}
+
+TEST_F(LockTest, SlotsAreDistinctAndBounded) {
+    EXPECT_THROW(MultiThreadCS(0), hexcept);
+    MultiThreadCS section(2);
+    EXPECT_EQ(section.getId(pthread_self()), -1);
+    section.leave(); // nothing is held
+    const int mine = section.enter();
+    EXPECT_EQ(section.getId(pthread_self()), mine);
+    std::atomic<int> otherSlot{-1};
+    std::atomic<bool> go{false};
+    std::atomic<bool> thirdIn{false};
+    Worker second([&] {
+        otherSlot = section.enter();
+        eventually([&] { return go.load(); });
+        section.leave();
+        return 0;
+    });
+    ASSERT_EQ(second.start(0), 0);
+    ASSERT_TRUE(eventually([&] { return otherSlot >= 0; }));
+    EXPECT_EQ(otherSlot, 1 - mine);
+    Worker third([&] {
+        const int slot = section.enter();
+        thirdIn = true;
+        section.leave();
+        return slot;
+    });
+    ASSERT_EQ(third.start(0), 0);
+    Thread::sleep(30);
+    EXPECT_FALSE(thirdIn);
+    section.leave();
+    EXPECT_EQ(third.join(), mine);
+    go = true;
+}
+
+// Two slots that come free one after the other wake two waiters, also when the first of these has
+// not run yet.
+TEST_F(LockTest, EveryFreedSlotReachesAWaiter) {
+    MultiThreadCS section(3);
+    std::atomic<int> inside{0};
+    std::atomic<int> taken[3] = {};
+    onThreads(9, [&] {
+        for (int i = 0; i < 300; ++i) {
+            const int slot = section.enter();
+            EXPECT_LE(++inside, 3);
+            EXPECT_EQ(++taken[slot], 1) << "a slot of two threads";
+            if (i % 7 == 0) {
+                Thread::sleep(1);
+            }
+            --taken[slot];
+            --inside;
+            section.leave();
+        }
+        return 0;
+    });
+    EXPECT_EQ(inside, 0);
+}
+
+TEST(LockDeathTest, FailedCallIsLoggedAndAborts) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_DEATH(
+        {
+            Thread::log = logToStandardError;
+            CriticalSection section(0);
+            section.enter();
+            section.~CriticalSection(); // while it is held
+        },
+        "level 3: Internal server error \\(pthread_mutex_destroy failed: .*busy\\)");
+}
+
+} // namespace

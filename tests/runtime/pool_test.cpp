@@ -1,0 +1,281 @@
+#include "common/thread/object_pool.h"
+#include "common/thread/string_pool.h"
+#include "tests/runtime/runtime.h"
+#include "tests/support/random.h"
+
+#include <cstdint>
+#include <cstring>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace {
+
+// A kind of object with small limits that remembers what was destroyed. It registers while static
+// objects are made, as pools must.
+class SmallPool final : public BaseObjectPool {
+public:
+    int minLocalPoolSize() const override { return 2; }
+    int maxLocalPoolSize() const override { return 4; }
+    int minGlobalPoolSize() const override { return 3; }
+    int maxGlobalPoolSize() const override { return 6; }
+    void destroyObject(void* object) override { destroyed.push_back(object); }
+
+    std::vector<void*> destroyed;
+};
+
+SmallPool smallPool;
+char objects[64];
+
+class PoolTest : public RuntimeTest {
+protected:
+    PoolTest() { smallPool.destroyed.clear(); }
+    ~PoolTest() override { reservesDepleting = false; }
+
+    static void put(int from, int to) {
+        for (int i = from; i < to; ++i) {
+            Thread::putObjectToPool(&objects[i], smallPool.getId());
+        }
+    }
+    static void* take() { return Thread::getObjectFromPool(smallPool.getId()); }
+    static int drain() {
+        int count = 0;
+        while (take() != nullptr) {
+            ++count;
+        }
+        return count;
+    }
+};
+
+TEST_F(PoolTest, LastObjectInComesOutFirst) {
+    onThread([] {
+        put(0, 3);
+        Thread::putObjectToPool(nullptr, smallPool.getId());
+        EXPECT_EQ(take(), &objects[2]);
+        EXPECT_EQ(take(), &objects[1]);
+        EXPECT_EQ(take(), &objects[0]);
+        EXPECT_EQ(take(), nullptr);
+        return 0;
+    });
+}
+
+TEST_F(PoolTest, OverflowMovesToTheGlobalPoolDownToTheMinimum) {
+    Worker other([] {
+        EXPECT_EQ(drain(), 3); // what the overflow below made global
+        return 0;
+    });
+    onThread([&other] {
+        put(0, 4); // fills the thread's own cache
+        put(4, 5); // moves two of it and itself to the global pool
+        EXPECT_EQ(other.start(0), 0);
+        other.join();
+        EXPECT_EQ(drain(), 2);
+        return 0;
+    });
+    EXPECT_TRUE(smallPool.destroyed.empty());
+}
+
+TEST_F(PoolTest, FullGlobalPoolIsDestroyedDownToTheMinimum) {
+    onThread([] {
+        put(0, 11); // five, then three more and three more: the global pool gets 3, 6, 9 objects
+        EXPECT_EQ(smallPool.destroyed.size(), 6u);
+        EXPECT_EQ(drain(), 5);
+        return 0;
+    });
+}
+
+TEST_F(PoolTest, EndingThreadLeavesItsObjectsToOthers) {
+    onThread([] {
+        put(0, 3);
+        return 0;
+    });
+    onThread([] {
+        EXPECT_EQ(drain(), 3);
+        return 0;
+    });
+    for (int i = 0; i < 6; ++i) {
+        onThread([i] {
+            put(4 * i, 4 * i + 4);
+            return 0;
+        });
+    }
+    EXPECT_GE(smallPool.destroyed.size(), 24u - 6u); // ending threads keep to the limit as well
+    EXPECT_GE(smallPool.destroyed.size() + 6, 24u);
+}
+
+TEST_F(PoolTest, CodeOutsideAnyThreadDestroysAtOnce) {
+    put(0, 1);
+    EXPECT_EQ(smallPool.destroyed, std::vector<void*>{&objects[0]});
+    EXPECT_EQ(take(), nullptr);
+}
+
+TEST_F(PoolTest, ThreadWithoutCachesUsesTheGlobalPool) {
+    Worker worker(
+        [] {
+            put(0, 2);
+            return 0;
+        },
+        false);
+    ASSERT_EQ(worker.start(0), 0);
+    worker.join();
+    EXPECT_TRUE(smallPool.destroyed.empty());
+    EXPECT_EQ(take(), &objects[1]); // also outside any Thread
+    EXPECT_EQ(take(), &objects[0]);
+}
+
+TEST_F(PoolTest, DepletingReservesDropAllCaches) {
+    onThread([] {
+        put(0, 5); // two of its own, three global
+        reservesDepleting = true;
+        EXPECT_EQ(take(), &objects[1]) << "what was found is still given";
+        EXPECT_EQ(smallPool.destroyed.size(), 4u);
+        EXPECT_EQ(take(), nullptr);
+        put(10, 11);
+        EXPECT_EQ(smallPool.destroyed.back(), &objects[10]);
+        reservesDepleting = false;
+        put(11, 12);
+        EXPECT_EQ(drain(), 1) << "the caches are at work again";
+        return 0;
+    });
+}
+
+TEST_F(PoolTest, CleanupDestroysWhatIsCached) {
+    onThread([] {
+        put(0, 3);
+        return 0;
+    });
+    Thread::cleanup();
+    EXPECT_EQ(smallPool.destroyed.size(), 3u);
+    Thread::init();
+}
+
+// The header in front of a buffer: a pool's id, or the size as a negative number.
+std::int32_t headerOf(const char* text) {
+    std::int32_t header;
+    std::memcpy(&header, text - sizeof(header), sizeof(header));
+    return header;
+}
+
+TEST_F(PoolTest, StringSizesChooseTheirPool) {
+    const struct {
+        int size;
+        int room; // of the pool, or 0 for a buffer of its own
+    } rows[] = {{-5, 32},       {0, 32},        {32, 32},       {33, 64},     {64, 64},
+                {65, 128},      {4096, 4096},   {4097, 8192},   {8192, 8192}, {8193, 16386},
+                {16386, 16386}, {16387, 32770}, {32770, 32770}, {32771, 0}};
+    for (const auto& row : rows) {
+        char* text = getString(row.size);
+        const std::int32_t header = headerOf(text);
+        if (row.room != 0) {
+            ASSERT_GE(header, 0) << row.size;
+            EXPECT_EQ(BaseObjectPool::pools[header]->getSize(), row.room) << row.size;
+            std::memset(text, 'x', static_cast<std::size_t>(row.room));
+        } else {
+            EXPECT_EQ(header, -row.size);
+        }
+        releaseString(text);
+    }
+    releaseString(nullptr);
+}
+
+TEST_F(PoolTest, StringPoolLimits) {
+    const struct {
+        int room, minLocal, maxLocal, minGlobal, maxGlobal;
+    } rows[] = {{32, 4096, 16384, 16384, 65536},
+                {1024, 128, 512, 512, 2048},
+                {8192, 16, 64, 64, 256},
+                {16386, 7, 31, 31, 127},
+                {32770, 3, 15, 15, 63}};
+    for (const auto& row : rows) {
+        char* text = getString(row.room);
+        const BaseObjectPool& pool = *BaseObjectPool::pools[headerOf(text)];
+        EXPECT_EQ(pool.minLocalPoolSize(), row.minLocal) << row.room;
+        EXPECT_EQ(pool.maxLocalPoolSize(), row.maxLocal) << row.room;
+        EXPECT_EQ(pool.minGlobalPoolSize(), row.minGlobal) << row.room;
+        EXPECT_EQ(pool.maxGlobalPoolSize(), row.maxGlobal) << row.room;
+        releaseString(text);
+    }
+}
+
+TEST_F(PoolTest, ReallocatedStringStaysWhileItFits) {
+    onThread([] {
+        char* text = reallocString(nullptr, 33);
+        EXPECT_EQ(reallocString(text, 64), text);
+        EXPECT_EQ(reallocString(text, 1), text);
+        EXPECT_EQ(reallocString(text, 0), nullptr);
+        EXPECT_EQ(getString(40), text) << "the released buffer serves again";
+        releaseString(text);
+
+        char* own = getString(40000);
+        EXPECT_EQ(reallocString(own, 39999), own);
+        std::memset(own, 'z', 40000);
+        own = reallocString(own, 40001);
+        EXPECT_EQ(headerOf(own), -40001);
+        EXPECT_EQ(std::string(own, 40000), std::string(40000, 'z'));
+        releaseString(own);
+        return 0;
+    });
+}
+
+TEST_F(PoolTest, StringsKeepTheirContentThroughRandomUse) {
+    auto random = support::seededRandom("StringsKeepTheirContent");
+    const std::uint64_t seed = random();
+    onThread([seed] {
+        std::mt19937_64 local(seed);
+        struct Held {
+            char* text;
+            int size;
+            char fill;
+        };
+        std::vector<Held> held;
+        for (int i = 0; i < 20000; ++i) {
+            if (held.size() < 40 && support::below(local, 2) == 0) {
+                const int size = static_cast<int>(support::below(local, 35000)) + 1;
+                const char fill = static_cast<char>('a' + i % 26);
+                char* text = getString(size);
+                text[0] = text[size - 1] = fill;
+                held.push_back({text, size, fill});
+            } else if (!held.empty()) {
+                Held& entry = held[support::below(local, held.size())];
+                if (entry.text[0] != entry.fill || entry.text[entry.size - 1] != entry.fill) {
+                    ADD_FAILURE() << "content lost at step " << i;
+                    return 1;
+                }
+                const int size = static_cast<int>(support::below(local, 35000));
+                entry.text = reallocString(entry.text, size);
+                if (size == 0) {
+                    std::swap(entry, held.back());
+                    held.pop_back();
+                } else {
+                    if (entry.text[0] != entry.fill) {
+                        ADD_FAILURE() << "content not copied at step " << i;
+                    }
+                    entry.size = size;
+                    entry.text[size - 1] = entry.fill;
+                }
+            }
+        }
+        for (const Held& entry : held) {
+            releaseString(entry.text);
+        }
+        return 0;
+    });
+}
+
+TEST_F(PoolTest, StringsCrossThreads) {
+    char* text = getString(100);
+    onThread([text] {
+        releaseString(text);
+        EXPECT_EQ(getString(100), text);
+        return 0;
+    });
+    onThread([text] {
+        releaseString(text);
+        return 0;
+    });
+    char* again = getString(100); // from the global pool, which the thread's end filled
+    EXPECT_EQ(again, text);
+    releaseString(again);
+}
+
+} // namespace

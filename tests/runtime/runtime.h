@@ -1,0 +1,64 @@
+// What the runtime's tests share: a started runtime per test, work on threads of their own, and an
+// allocator whose failures a test can order.
+
+#ifndef MORVEX_TESTS_RUNTIME_RUNTIME_H
+#define MORVEX_TESTS_RUNTIME_RUNTIME_H
+
+#include "common/thread/thread.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+class RuntimeTest : public testing::Test {
+protected:
+    RuntimeTest() { Thread::init(); }
+    ~RuntimeTest() override {
+        EXPECT_EQ(Thread::waitOnlyThreadsCnt(0, 20000), 0) << "a thread did not end";
+        Thread::cleanup();
+        EXPECT_EQ(Thread::globalCS, nullptr);
+    }
+};
+
+// Runs a function on a thread of its own.
+class Worker : public Thread {
+public:
+    explicit Worker(std::function<int()> function, bool usePools = true)
+        : Thread(usePools), work(std::move(function)) {}
+    ~Worker() override;
+    int run() override { return work(); }
+
+private:
+    std::function<int()> work;
+};
+
+// Runs a function on a thread of its own and gives its result.
+int onThread(const std::function<int()>& work);
+
+// Waits, yielding, until the condition holds; false after twenty seconds.
+bool eventually(const std::function<bool()>& condition);
+
+// Answers of the allocator that this test binary stands in for.
+extern std::atomic<bool> reservesDepleting;
+extern std::atomic<bool> noStackMemory;
+extern std::atomic<int> moreMemoryRequests;
+
+// A log hook for death tests.
+void logToStandardError(int level, const char* format, ...) __attribute__((format(printf, 2, 3)));
+
+// Catches what Thread::log gets, as "level text".
+class LogCatcher {
+public:
+    LogCatcher();
+    LogCatcher(const LogCatcher&) = delete;
+    LogCatcher& operator=(const LogCatcher&) = delete;
+    ~LogCatcher();
+
+    const std::vector<std::string>& lines() const;
+};
+
+#endif
