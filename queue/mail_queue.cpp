@@ -53,7 +53,7 @@ MailItem* MailQueue::newMail() {
         return nullptr;
     }
     Locker locked(lock);
-    if (prefixLength == 0 || lastEntry < 0) {
+    if (authToken == nullptr || lastEntry < 0) { // not attached, or without a count
         Thread::setLastError(HE_INVALOP);
         return nullptr;
     }

@@ -1,0 +1,170 @@
+// Many threads on one queue: waiting for a mail, timeouts, removal under waiters, and new mails.
+
+#include "common/thread/foreign_thread.h"
+#include "tests/queue/queue_fixture.h"
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <set>
+#include <thread>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr int threadCount = 8;
+
+class Holders : public QueueTest {
+protected:
+    void SetUp() override { attach(queue, 4); }
+
+    MailItem* bind(int id, int timeout) {
+        bool badFile = false;
+        return queue.rawBindMail(id, timeout, false, badFile);
+    }
+    static void onThreads(int count, const std::function<void(int)>& work) {
+        std::vector<std::thread> threads;
+        for (int i = 0; i < count; ++i) {
+            threads.emplace_back([&work, i] {
+                const ForeignThread thread;
+                work(i);
+            });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+    }
+    // Descriptors and wait objects come with holders and go with the last.
+    void expectIdle(int id) {
+        MailItem* item = bind(id, 0);
+        ASSERT_NE(nullptr, item);
+        EXPECT_EQ(0, queue.unbindMail(item, false));
+    }
+
+    MailQueue queue;
+};
+
+TEST_F(Holders, oneAtATimeOwnsAMail) {
+    const int id = submit(queue);
+    int counter = 0; // guarded by the hold on the mail alone
+    std::atomic<int> timeouts = 0;
+    onThreads(threadCount, [&](int thread) {
+        for (int round = 0; round < 200; ++round) {
+            MailItem* item = bind(id, thread % 2 == 0 ? -1 : round % 3);
+            if (item == nullptr) {
+                EXPECT_EQ(HE_TIMEOUT, Thread::getLastError());
+                ++timeouts;
+                continue;
+            }
+            ++counter;
+            item->rstadjust(counter);
+            if (round % 5 == 0) {
+                queue.rawUnbindMail(item, true); // out of memory, if nobody waits
+            } else {
+                queue.unbindMail(item, false);
+            }
+        }
+    });
+    EXPECT_EQ(threadCount * 200, counter + timeouts);
+    MailItem* item = bind(id, 0);
+    ASSERT_NE(nullptr, item);
+    EXPECT_EQ(counter, item->getField<long long>(RecordFormat::nextSchedule));
+    queue.unbindMail(item, false);
+}
+
+TEST_F(Holders, aWaiterTimesOutWhileTheOwnerKeepsTheMail) {
+    const int id = submit(queue);
+    MailItem* item = bind(id, 0);
+    onThreads(1, [&](int) {
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_EQ(nullptr, bind(id, 30));
+        EXPECT_EQ(HE_TIMEOUT, Thread::getLastError());
+        EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(30));
+    });
+    EXPECT_EQ(0, item->saveToFile(nullptr));
+    queue.getLock().enter();
+    EXPECT_EQ(0, item->release(&queue));
+    queue.getLock().leave();
+    expectIdle(id);
+}
+
+TEST_F(Holders, releaseWakesAWaiter) {
+    const int id = submit(queue);
+    MailItem* item = bind(id, 0);
+    std::thread waiter([&] {
+        const ForeignThread thread;
+        MailItem* mine = bind(id, -1);
+        EXPECT_NE(nullptr, mine);
+        queue.unbindMail(mine, false);
+    });
+    // Counted as soon as it waits: two holders, of whom one is left.
+    int left = 0;
+    while (left == 0) {
+        std::this_thread::yield();
+        const CriticalSection::Locker locked(queue.getLock());
+        left = item->release(&queue);
+        if (left == 0) {
+            ASSERT_EQ(0, item->needAcquire(&queue));
+        }
+    }
+    EXPECT_EQ(1, left);
+    waiter.join();
+    expectIdle(id);
+}
+
+TEST_F(Holders, theLastHolderRemovesAMail) {
+    for (int round = 0; round < 30; ++round) {
+        const int id = submit(queue);
+        MailItem* item = bind(id, 0);
+        std::atomic<int> begun = 0;
+        onThreads(threadCount, [&](int thread) {
+            ++begun;
+            if (thread > 0) { // some give up before the removal, some after, some never
+                EXPECT_EQ(nullptr, bind(id, thread % 4 == 0 ? -1 : thread % 4 - 1));
+                return;
+            }
+            while (begun < threadCount) {
+                std::this_thread::yield();
+            }
+            if (round % 2 == 0) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            }
+            EXPECT_EQ(0, queue.removeMail(item));
+        });
+        EXPECT_FALSE(fs::exists(statePath(id)));
+        EXPECT_FALSE(fs::exists(dataPath(id)));
+        EXPECT_EQ(nullptr, queue.getFirst());
+    }
+    EXPECT_EQ(0, queue.getQueueSize());
+}
+
+TEST_F(Holders, manyThreadsSubmitAtOnce) {
+    constexpr int each = 25;
+    const auto bodyOf = [](int thread, int i) {
+        return std::to_string(thread) + "." + std::to_string(i) + "\r\n";
+    };
+    int ids[threadCount][each];
+    onThreads(threadCount, [&](int thread) {
+        for (int i = 0; i < each; ++i) {
+            IncomingStream* stream = nullptr;
+            MailItem* item = fill(queue, {"a@b"}, "removed", stream);
+            EXPECT_EQ(0, queue.removeMail(item));
+            Stream::release(stream);
+            ids[thread][i] = submit(queue, {"a@b"}, bodyOf(thread, i));
+        }
+    });
+    std::set<int> distinct;
+    for (int thread = 0; thread < threadCount; ++thread) {
+        for (int i = 0; i < each; ++i) {
+            const int id = ids[thread][i];
+            EXPECT_EQ(bodyOf(thread, i), support::readFile(dataPath(id)));
+            EXPECT_TRUE(fs::exists(markerPath(id)));
+            distinct.insert(id);
+        }
+    }
+    EXPECT_EQ(static_cast<std::size_t>(threadCount * each), distinct.size());
+}
+
+} // namespace

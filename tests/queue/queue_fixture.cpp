@@ -1,0 +1,109 @@
+#include "tests/queue/queue_fixture.h"
+
+#include "common/log/log.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <filesystem>
+
+namespace {
+
+class Runtime : public testing::Environment {
+public:
+    void SetUp() override { Thread::init(); }
+    void TearDown() override { Thread::cleanup(); }
+};
+
+const testing::Environment* const runtime = testing::AddGlobalTestEnvironment(new Runtime);
+
+void capture(char kind, const char* format, va_list arguments) {
+    char text[1024];
+    std::vsnprintf(text, sizeof text, format, arguments);
+    LogCapture::lines.push_back(std::string(1, kind) + " " + text);
+}
+
+[[gnu::format(printf, 1, 2)]] void captureInfo(const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    capture('I', format, arguments);
+    va_end(arguments);
+}
+
+[[gnu::format(printf, 1, 2)]] void captureWarning(const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    capture('W', format, arguments);
+    va_end(arguments);
+}
+
+[[gnu::format(printf, 1, 2)]] void captureError(const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    capture('E', format, arguments);
+    va_end(arguments);
+}
+
+} // namespace
+
+std::vector<std::string> LogCapture::lines;
+
+LogCapture::LogCapture() {
+    lines.clear();
+    logInfo = captureInfo;
+    logWarning = captureWarning;
+    logError = captureError;
+}
+
+LogCapture::~LogCapture() {
+    logInfo = debug_logInfo;
+    logWarning = debug_logWarning;
+    logError = debug_logError;
+}
+
+std::vector<std::string> listTree(const std::string& path) {
+    std::vector<std::string> found;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(path)) {
+        found.push_back(std::filesystem::relative(entry.path(), path).string() +
+                        (entry.is_directory() ? "/" : ""));
+    }
+    std::sort(found.begin(), found.end());
+    return found;
+}
+
+std::string hex(unsigned value, int width) {
+    char text[16];
+    std::snprintf(text, sizeof text, "%0*X", width, value);
+    return text;
+}
+
+std::string QueueTest::path(int id, char family) const {
+    const unsigned value = static_cast<unsigned>(id);
+    return root + "/" + hex(value >> 16, 2) + "/" + family + hex(value & 0xFFFF, 4);
+}
+
+MailItem* QueueTest::fill(MailQueue& queue, const std::vector<std::string>& rcpts,
+                          std::string_view data, IncomingStream*& stream) {
+    MailItem* item = queue.newMail();
+    EXPECT_NE(nullptr, item);
+    EXPECT_EQ(0, item->setRPath("from@x", "auth@x", nullptr));
+    for (const std::string& rcpt : rcpts) {
+        item->addRCPT(rcpt.c_str());
+    }
+    stream = item->endRCPT(&queue);
+    EXPECT_NE(nullptr, stream);
+    const int size = static_cast<int>(data.size());
+    EXPECT_EQ(size, stream->writeAll(data.data(), size));
+    return item;
+}
+
+int QueueTest::submit(MailQueue& queue, const std::vector<std::string>& rcpts,
+                      std::string_view data, MailQueue::SourceTypes source) {
+    IncomingStream* stream = nullptr;
+    MailItem* item = fill(queue, rcpts, data, stream);
+    const int id = item->getId();
+    EXPECT_EQ(0, queue.endData(item, source, stream));
+    EXPECT_EQ(nullptr, item);
+    Stream::release(stream);
+    return id;
+}
