@@ -48,7 +48,6 @@ public:
 
     // Prints the four bytes by radix 8 ("%#o"), 16 ("%#x") or else 10, joined by dots. Returns the
     // bytes written, terminator included, or -1 with HE_INVAL where they do not fit into `size`.
-    // Note that the longest radix 8 and 16 forms of 20 bytes and more are refused at any size.
     static int iaToStr(const InetAddr& value, char* buffer, int size, int radix);
 
     // The dotted form, in the caller's buffer of at least 16 bytes; or, for a null buffer, in a
@@ -184,8 +183,7 @@ public:
     static int strToIsa(const char* text, InetSocketAddr* out);
 
     // Prints as InetAddr::iaToStr does, with ":" and the port in the same radix behind. Returns the
-    // bytes written, terminator included, or -1 with HE_INVAL; 28 bytes and more are refused at any
-    // size.
+    // bytes written, terminator included, or -1 with HE_INVAL where they do not fit into `size`.
     static int isaToStr(const InetSocketAddr& value, char* buffer, int size, int radix);
 
     // Fills the structure that the sockets take. Requires: out is not null.
