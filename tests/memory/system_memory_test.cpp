@@ -1,0 +1,64 @@
+#include "common/memory/memory_system.h"
+#include "common/memory/system_memory.h"
+#include "tests/support/temp_dir.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+namespace {
+
+TEST(SystemMemory, ReadsTheTotalLine) {
+    struct {
+        const char* text;
+        unsigned long long size;
+    } const rows[] = {
+        {"MemTotal:        8192 kB\n", 8388608},
+        {"MemTotal:        8192 MB\n", 4294967295},
+        {"MemFree: 1 kB\nMEMTOTAL: 16 K\nmemtotal: 99 K\n", 16384},
+        {"memtotal 5 b\n", 5},
+        {"MemTotal: 3 \t m", 3145728},
+        {"MemTotal: 3 G\r\n", 3221225472},
+        {"MemTotal: 1 T\n", 4294967295},
+        {"MemTotal: 18446744073709551615 T\n", 4294967295}, // the shift would wrap
+        {"MemTotal: 0 kB\n", 0},
+        {"MemTotal:        8192kB\n", 0},   // no blank
+        {"MemTotal:        8192\tkB\n", 0}, // no blank
+        {"MemTotal:        8192\n", 0},
+        {"MemTotal:        8192 \n", 0}, // no unit
+        {"MemTotal:        8192 xB\n", 0},
+        {"MemTotal: many\nMemTotal: 8192 kB\n", 0}, // the first line decides
+        {" MemTotal: 8192 kB\n", 0},
+        {"MemFree: 8192 kB\n", 0},
+        {"", 0},
+    };
+    const support::TempDir dir;
+    const std::string path = dir / "meminfo";
+    for (const auto& row : rows) {
+        support::writeFile(path, row.text);
+        EXPECT_EQ(readMemTotal(path.c_str()), row.size) << row.text;
+    }
+    EXPECT_EQ(readMemTotal((dir / "missing").c_str()), 0U);
+}
+
+TEST(SystemMemory, FindsTheLineBehindManyOthers) {
+    const support::TempDir dir;
+    std::string text;
+    for (int i = 0; i < 2000; ++i) {
+        text += "Other" + std::to_string(i) + ":  12 kB\n";
+    }
+    support::writeFile(dir / "meminfo", text + "MemTotal: 7 kB\n");
+    EXPECT_EQ(readMemTotal((dir / "meminfo").c_str()), 7168U);
+}
+
+TEST(SystemMemory, LimitIsTheAddressSpaceOrElseTheMachine) {
+    rlimit limit{};
+    ASSERT_EQ(::getrlimit(RLIMIT_AS, &limit), 0);
+    const unsigned long long expected =
+        limit.rlim_cur != RLIM_INFINITY ? limit.rlim_cur : getSystemMemSize();
+    EXPECT_EQ(getVirtualMemoryLimit(), expected);
+    EXPECT_EQ(getSystemMemSize(), readMemTotal("/proc/meminfo"));
+}
+
+} // namespace
