@@ -93,7 +93,7 @@ void HeaderField::replaceText(const char* name, int newNameLength, const char* v
 int hstrmappend(char*& out, const char* first, ...) {
     std::string_view parts[MAX_JOINED + 1];
     int count = 0;
-    parts[count++] = first != nullptr ? std::string_view(first) : std::string_view();
+    parts[count++] = first != nullptr ? first : "";
     va_list rest;
     va_start(rest, first);
     while (count <= MAX_JOINED) {

@@ -99,7 +99,8 @@ constexpr int READ_SIZE = 65536;
 // LF, CR LF and NUL end a line (the flags of Stream::searchEOL).
 constexpr int BODY_LINE_ENDS = 6;
 
-// A line counts in pieces of this length, and a last piece that is a lone dot ends the input too.
+// A line counts in pieces of at most this length, and a last piece that is a lone dot ends the
+// input too. A CR is never the last byte of a piece that is cut.
 constexpr int PIECE_LENGTH = 10240;
 
 // Turns blocks of body text into CR LF lines. A block may end anywhere; the few bytes at its end
@@ -126,7 +127,7 @@ public:
                 return out.append(data + written, textEnd - 1 - written) ? place + line : -1;
             }
             place += line;
-            lineStart = 0;
+            pieceStart = 0;
             // A run of lines that end in CR LF already goes out in one piece.
             if (lineEnd == 1) {
                 if (!out.append(data + written, textEnd - written) || !out.appendLineEnd()) {
@@ -136,7 +137,7 @@ public:
             }
         }
         const int end = size - undecided(data, place, size);
-        lineStart += end - place;
+        pieceStart = lastPiece(data, place, end);
         return out.append(data + written, end - written) ? end : -1;
     }
 
@@ -150,12 +151,23 @@ public:
     bool endedByDot() const { return dotMet; }
 
 private:
-    // Whether the line's text in a block, or its last piece, is a lone dot.
-    bool isLoneDot(const char* data, int from, int end) const {
-        if (!dotEndsInput || end == from || data[end - 1] != '.') {
-            return false;
+    // The length of the last piece of a line whose text in this block is given.
+    int lastPiece(const char* data, int from, int end) const {
+        int length = pieceStart;
+        while (length + (end - from) > PIECE_LENGTH) {
+            int cut = from + PIECE_LENGTH - length;
+            if (cut > from && data[cut - 1] == '\r') {
+                --cut;
+            }
+            from = cut;
+            length = 0;
         }
-        return (lineStart + end - from) % PIECE_LENGTH == 1;
+        return length + (end - from);
+    }
+
+    bool isLoneDot(const char* data, int from, int end) const {
+        return dotEndsInput && end > from && data[end - 1] == '.' &&
+               lastPiece(data, from, end) == 1;
     }
 
     // The bytes at the end of a block that may be the first half of a CR LF, or a lone dot.
@@ -167,7 +179,7 @@ private:
     StagedOutput out;
     bool dotEndsInput;
     bool dotMet = false;
-    long long lineStart = 0; // bytes of the present line in earlier blocks
+    int pieceStart = 0; // bytes of the present line's last piece that lie in earlier blocks
 };
 
 } // namespace

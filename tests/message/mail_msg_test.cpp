@@ -1,0 +1,430 @@
+#include "common/stream/fd_stream.h"
+#include "common/stream/memory_stream.h"
+#include "message/line_tokenizer.h"
+#include "message/mail_msg.h"
+#include "tests/support/random.h"
+
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+namespace {
+
+using namespace std::string_view_literals;
+
+constexpr int HEADER_FLAGS = 1686;
+
+// An input that gives at most so many bytes a read, and then its end or an error.
+class ChunkInput : public Stream {
+public:
+    ChunkInput(std::string_view text, std::size_t chunkSize, State last = StateEnd)
+        : rest(text), chunk(chunkSize), finalState(last) {}
+    int read(void* buffer, int size) override {
+        const std::size_t count = std::min({rest.size(), chunk, static_cast<std::size_t>(size)});
+        std::memcpy(buffer, rest.data(), count);
+        rest.remove_prefix(count);
+        state = count > 0 ? StateGood : finalState;
+        return count > 0 || state == StateEnd ? static_cast<int>(count) : -1;
+    }
+    int write(const void*, int) override { return -1; }
+    State getInputState() const override { return state; }
+    State getOutputState() const override { return StateError; }
+
+private:
+    std::string_view rest;
+    std::size_t chunk;
+    State finalState;
+    State state = StateGood;
+};
+
+// An output that takes so many bytes in all.
+class TextOutput : public Stream {
+public:
+    explicit TextOutput(std::size_t most = std::string::npos) : limit(most) {}
+    int read(void*, int) override { return -1; }
+    int write(const void* buffer, int size) override {
+        const std::size_t count = std::min(limit - text.size(), static_cast<std::size_t>(size));
+        text.append(static_cast<const char*>(buffer), count);
+        ++writes;
+        return static_cast<int>(count);
+    }
+    State getInputState() const override { return StateError; }
+    State getOutputState() const override { return state; }
+
+    std::string text;
+    State state = StateGood;
+    int writes = 0;
+
+private:
+    std::size_t limit;
+};
+
+// All fields as name|separator|value lines.
+std::string dump(MailMsg& message) {
+    TextOutput out;
+    message.disableOutputFolding();
+    message.writeHeaders(out);
+    return out.text;
+}
+
+struct Passed {
+    int readResult;
+    std::string headers;
+    int writeResult;
+    std::string body;
+};
+
+Passed pass(std::string_view text, bool dotEndsInput = true, bool normalize = true,
+            std::size_t chunk = 4096) {
+    ChunkInput input(text, chunk);
+    MailMsg message(&input, dotEndsInput, HEADER_FLAGS);
+    Passed result;
+    result.readResult = message.readHeaders(false);
+    result.headers = dump(message);
+    TextOutput out;
+    result.writeResult = message.writeBody(out, normalize);
+    result.body = out.text;
+    return result;
+}
+
+TEST(MailMsg, ReadsHeadersAndPassesTheBody) {
+    const struct {
+        std::string_view text;
+        bool dotEndsInput;
+        std::string_view headers;
+        std::string_view body;
+    } rows[] = {
+        {"a: b\n\nbody\n", true, "a: b\r\n\r\n", "body\r\n"},
+        {"a: b\r\n\r\nbody\r\n", false, "a: b\r\n\r\n", "body\r\n"},
+        {"", true, "", ""},
+        {"\n", true, "\r\n", ""},
+        {".\na: b\n\nbody\n", true, "", ""},
+        {".", true, "", ""},
+        {".\na: b\n\nbody\n", false, "a: b\r\n\r\n", "body\r\n"},
+        {"a: b\n.\nc: d\n\nbody\n", true, "a: b\r\n", ""},
+        {"a: b\n\none\n.\ntwo\n", true, "a: b\r\n\r\n", "one\r\n"},
+        {"a: b\n\none\n.\ntwo", false, "a: b\r\n\r\n", "one\r\n.\r\ntwo"},
+        {"a: b\n\none\n.", true, "a: b\r\n\r\n", "one\r\n"},
+        {"a: b\n\n..\n.x\n. \n.\r\ry\n", true, "a: b\r\n\r\n", "..\r\n.x\r\n. \r\n.\r\ry\r\n"},
+        {"a: b\n\none\r\n.\r\ntwo\r\n", true, "a: b\r\n\r\n", "one\r\n"},
+        {"a: b\n\nno end", true, "a: b\r\n\r\n", "no end"},
+        {"a: b\n\nlast\r", true, "a: b\r\n\r\n", "last\r"},
+        {"a: b\n\n.\r", true, "a: b\r\n\r\n", ".\r"},
+        {"a: b\n\none\0two\n"sv, true, "a: b\r\n\r\n", "one\r\ntwo\r\n"},
+        {"a: b\n\n blank first\n", true, "a: b\r\n\r\n", " blank first\r\n"},
+        {"no colon\na: b\n: c\n \t: d\ne:f\n\n", true, "a: b\r\ne:f\r\n\r\n", ""},
+        {"a: b\0c\nd\0: e\nf: \0g\n\n"sv, true, "a: b\r\nf: \r\n\r\n", ""},
+        {"Subject : x\nX:\ny:  \t\nz:   a \n\n", true,
+         "Subject: x\r\nX:\r\ny:  \t\r\nz:   a \r\n\r\n", ""},
+        {"two words: x\n\n", true, "two words: x\r\n\r\n", ""},
+        {"a: b\n c\n\td\ne: f", true, "a: bcd\r\ne: f\r\n", ""},
+        {"a: b", true, "a: b\r\n", ""},
+        {"a: b\r\r\n\n", true, "a: b\r\n\r\n", ""},
+    };
+    for (const auto& row : rows) {
+        for (std::size_t chunk = 1; chunk < 6; ++chunk) {
+            const Passed passed = pass(row.text, row.dotEndsInput, true, chunk);
+            EXPECT_EQ(passed.readResult, 0);
+            EXPECT_EQ(passed.headers, row.headers) << row.text;
+            EXPECT_EQ(passed.writeResult, 0);
+            EXPECT_EQ(passed.body, row.body) << row.text << ", chunk " << chunk;
+        }
+    }
+    EXPECT_EQ(pass("a: b\n\nx\r\ny\nz\0\n"sv, false, false).body, "x\r\ny\nz\0\n"sv);
+    EXPECT_EQ(pass("a: b\n\nx\n.\ny", true, false).body, "x\r\n");
+}
+
+TEST(MailMsg, TakesAFailingInputForItsEnd) {
+    ChunkInput input("a: b\n\nbody", 4096, Stream::StateError);
+    MailMsg message(&input, true, HEADER_FLAGS);
+    ASSERT_EQ(message.readHeaders(false), 0);
+    TextOutput out;
+    EXPECT_EQ(message.writeAll(out, true), 0);
+    EXPECT_EQ(out.text, "a: b\r\n\r\nbody");
+    EXPECT_EQ(input.getInputState(), Stream::StateError);
+
+    ChunkInput none("", 4096, Stream::StateError);
+    MailMsg empty(&none, true, HEADER_FLAGS);
+    EXPECT_EQ(empty.readHeaders(false), 0);
+    EXPECT_FALSE(empty.hasBlankLineAfterHeaders());
+}
+
+TEST(MailMsg, KnowsWhereTheBodyStarts) {
+    char text[] = "a: b\n\nbody\n.\nrest";
+    MemoryStream input(text, sizeof text - 1);
+    MailMsg message(&input, true, HEADER_FLAGS);
+    ASSERT_EQ(message.readHeaders(false), 0);
+    EXPECT_EQ(message.getBodyOffset(), 6);
+    EXPECT_FALSE(message.isInputEnded());
+    TextOutput out;
+    ASSERT_EQ(message.writeBody(out, true), 0);
+    EXPECT_EQ(out.text, "body\r\n");
+    EXPECT_TRUE(message.isInputEnded());
+}
+
+TEST(MailMsg, DoesNotWaitForMoreThanTheDot) {
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    const std::string_view text = "a: b\n\nbody\n.\n";
+    ASSERT_EQ(::write(ends[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    FDStream input(ends[0]);
+    MailMsg message(&input, true, HEADER_FLAGS);
+    TextOutput out;
+    EXPECT_EQ(message.readHeaders(false), 0);
+    EXPECT_EQ(message.writeAll(out, true), 0); // the other end stays open
+    EXPECT_EQ(out.text, "a: b\r\n\r\nbody\r\n");
+    ::close(ends[0]);
+    ::close(ends[1]);
+}
+
+TEST(MailMsg, TakesNoMoreThan4096Fields) {
+    std::string text;
+    for (int i = 0; i < 4097; ++i) {
+        text += "n: " + std::to_string(i) + "\n";
+    }
+    ChunkInput input(text, 4096);
+    MailMsg message(&input, true, HEADER_FLAGS);
+    ASSERT_EQ(message.readHeaders(false), 0);
+    EXPECT_EQ(message.countHeaderField("N"), MailMsg::MAX_FIELDS);
+    EXPECT_STREQ(message.getHeaderValue("n", 4095), "4095");
+    TextOutput out;
+    ASSERT_EQ(message.writeAll(out, true), 0);
+    EXPECT_EQ(out.text.substr(out.text.size() - 18), "n: 4095\r\nn: 4096\r\n");
+}
+
+TEST(MailMsg, DropsTheRestOfAnOverlongLine) {
+    for (std::size_t length : {262000U, 300000U, 10000000U}) {
+        const std::string text = "a: " + std::string(length, 'x') + "\nb: c\n\nbody";
+        const Passed passed = pass(text, true, true, 100000);
+        const std::size_t kept = std::min<std::size_t>(length + 3, 262144);
+        EXPECT_EQ(passed.headers, text.substr(0, kept) + "\r\nb: c\r\n\r\n");
+        EXPECT_EQ(passed.body, "body");
+    }
+}
+
+TEST(MailMsg, FindsAndChangesFields) {
+    ChunkInput input("To: a\nCC: b\nto: c\nContent-Type: Text/Plain; x\nTO: d\n"
+                     "content-transfer-encoding: BASE64\n\n",
+                     4096);
+    MailMsg message(&input, true, HEADER_FLAGS);
+    ASSERT_EQ(message.readHeaders(false), 0);
+    EXPECT_EQ(message.countHeaderField("tO"), 3);
+    EXPECT_STREQ(message.getHeaderValue("TO", 1), "c");
+    EXPECT_STREQ(message.getHeaderSeparator("cc", 0), ": ");
+    EXPECT_EQ(message.getHeaderField("to", 3), nullptr);
+    EXPECT_EQ(message.getHeaderField("to", -1), nullptr);
+    EXPECT_EQ(message.getHeaderValue("x", 0), nullptr);
+    EXPECT_EQ(message.getHeaderSeparator("x", 0), nullptr);
+    EXPECT_STREQ(message.getMimeHeader(1)->getValue(), "BASE64");
+    EXPECT_EQ(message.getMimeHeader(2), nullptr);
+    EXPECT_TRUE(message.isTextPlain());
+    EXPECT_FALSE(message.isNotBase64());
+
+    EXPECT_EQ(message.modifyHeaderField("Bcc", "e", "cc", 0), 0);
+    EXPECT_EQ(message.modifyHeaderField("Bcc", "e", "cc", 0), -1);
+    EXPECT_EQ(message.deleteHeaderField("to", 1), 0);
+    EXPECT_EQ(message.deleteHeaderField("to", 2), -1);
+    EXPECT_EQ(message.appendToHeaderField(", f", "bcc", 0), 0);
+    EXPECT_EQ(message.insertToHeaderField("g, ", "bcc", 0), 0);
+    EXPECT_EQ(message.appendToHeaderField(nullptr, "bcc", 0), -1);
+    EXPECT_EQ(message.insertToHeaderField("x", "none", 0), -1);
+    message.insertHeaderField("First", "1");
+    message.appendHeaderField("Last", "2");
+    message.appendHeaderField(nullptr, "3");
+    MailMsg copy(message);
+    message.deleteMimeFields();
+    EXPECT_TRUE(message.isTextPlain());
+    EXPECT_TRUE(message.isNotBase64());
+    const std::string expected = "First: 1\r\nTo: a\r\nBcc: g, e, f\r\n";
+    EXPECT_EQ(dump(message), expected + "TO: d\r\nLast: 2\r\n\r\n");
+    message.deleteHeaderFields();
+    EXPECT_EQ(dump(message), "\r\n");
+    // The copy has fields of its own, and no input.
+    EXPECT_EQ(dump(copy), expected + "Content-Type: Text/Plain; x\r\nTO: d\r\n"
+                                     "content-transfer-encoding: BASE64\r\nLast: 2\r\n\r\n");
+    EXPECT_EQ(MailMsg().countHeaderField("to"), 0);
+}
+
+std::string writeField(const std::string& name, const std::string& value) {
+    MailMsg message;
+    message.insertHeaderField(name.c_str(), value.c_str());
+    TextOutput out;
+    EXPECT_EQ(message.writeHeaders(out), 0);
+    return out.text;
+}
+
+TEST(MailMsg, FoldsLongFields) {
+    const auto x = [](std::size_t count) { return std::string(count, 'x'); };
+    const struct {
+        std::string value; // behind "nn:"
+        std::string written;
+    } rows[] = {
+        {x(75), x(75)},
+        {x(200), x(200)},
+        {" " + x(200), "\r\n " + x(200)},
+        {x(37) + " " + x(38), x(37) + "\r\n " + x(38)}, // 79 characters, a blank at 40
+        {x(75) + " x", x(75) + "\r\n x"},               // the last place within the width
+        {x(76) + " x", x(76) + "\r\n x"},               // none within it, so the next one
+        {x(90) + "\tx " + x(80), x(90) + "\r\n\tx\r\n " + x(80)},
+        {x(10) + "; " + x(20) + " " + x(50), x(10) + ";\r\n " + x(20) + " " + x(50)},
+        {x(10) + ") " + x(20) + " " + x(50), x(10) + ")\r\n " + x(20) + " " + x(50)},
+        {x(10) + "\t" + x(20) + "; " + x(50), x(10) + "\t" + x(20) + ";\r\n " + x(50)},
+        {x(10) + "; " + x(20) + "\t" + x(50), x(10) + "; " + x(20) + "\r\n\t" + x(50)},
+        {x(70) + "  " + x(100) + " x", x(70) + " \r\n " + x(100) + "\r\n x"},
+        {x(100) + " \t " + x(100), x(100) + "\r\n \t " + x(100)}, // no line of blanks alone
+    };
+    for (const auto& row : rows) {
+        const std::string text = "nn:" + row.value;
+        ChunkInput input(text, 4096);
+        MailMsg read(&input, false, HEADER_FLAGS);
+        ASSERT_EQ(read.readHeaders(false), 0);
+        TextOutput out;
+        EXPECT_EQ(read.writeHeaders(out), 0);
+        EXPECT_EQ(out.text, "nn:" + row.written + "\r\n") << row.value;
+    }
+}
+
+// The rule for a fold, character by character.
+std::string foldPlainly(std::string_view rest) {
+    std::string out;
+    while (rest.size() > 78) {
+        std::size_t best = 0;
+        for (std::size_t i = 1; i <= 78; ++i) {
+            const bool good =
+                rest[i] == '\t' || (rest[i] == ' ' && (rest[i - 1] == ';' || rest[i - 1] == ')'));
+            best = good ? i : best;
+        }
+        for (std::size_t i = 78; i >= 1 && best == 0; --i) {
+            best = rest[i] == ' ' ? i : 0;
+        }
+        if (best == 0 ||
+            rest.substr(1, best - 1).find_first_not_of(" \t") == std::string_view::npos) {
+            best = rest.find_first_of(" \t", 78);
+        }
+        if (best == std::string_view::npos) {
+            break;
+        }
+        out.append(rest.substr(0, best)).append("\r\n");
+        rest.remove_prefix(best);
+    }
+    return out.append(rest).append("\r\n");
+}
+
+TEST(MailMsg, FoldsRandomFieldsByTheRule) {
+    std::mt19937_64 random = support::seededRandom("MailMsg.FoldsRandomFieldsByTheRule");
+    for (int i = 0; i < 3000; ++i) {
+        const std::string_view alphabets[] = {"abcdefgh;) \t", "abcdefghijklmnopqrstuvwxyz ",
+                                              "    x", "abcdefghijklmnopqrstuvwxyzabcdefghijk)"};
+        const std::string value =
+            support::randomText(random, alphabets[support::below(random, 4)], 700);
+        ASSERT_EQ(writeField("Name", value), foldPlainly("Name: " + value)) << value;
+    }
+    const std::string large(100000, 'y'); // more than the stack's line buffer
+    EXPECT_EQ(writeField("Name", large + " " + large), foldPlainly("Name: " + large + " " + large));
+    EXPECT_EQ(writeField("N", std::string(5000000, ' ')),
+              foldPlainly("N: " + std::string(5000000, ' ')));
+}
+
+// The body by way of the line tokenizer, one line a step.
+std::string passByLines(std::string text, bool dotEndsInput) {
+    MemoryStream input(text.data(), static_cast<long long>(text.size()));
+    LineTokenizer lines(&input, 134, false);
+    std::string out;
+    for (bool ended = false; !ended;) {
+        int size = 10240;
+        const char* line = static_cast<const char*>(lines.readToken(size));
+        if (line == nullptr) {
+            return out + "failed";
+        }
+        ended = lines.getInputState() != Stream::StateGood;
+        if (dotEndsInput && size == 1 && *line == '.') {
+            break;
+        }
+        out.append(line, static_cast<std::size_t>(size));
+        if (!ended && lines.lastTokenCompleted()) {
+            out += "\r\n";
+        }
+    }
+    return out;
+}
+
+TEST(MailMsg, PassesRandomBodiesAsLineByLine) {
+    std::mt19937_64 random = support::seededRandom("MailMsg.PassesRandomBodiesAsLineByLine");
+    for (int i = 0; i < 4000; ++i) {
+        std::string body = support::randomText(random, "ab.\r\n\0"sv, 60);
+        if (i % 50 == 0) {
+            // Lines that reach the length of a piece, and the size of every buffer on the way.
+            body.insert(support::below(random, body.size() + 1),
+                        std::string(10230 + support::below(random, 20), 'x'));
+            body.insert(support::below(random, body.size() + 1), std::string(70000, 'y'));
+        }
+        const bool dotEndsInput = support::below(random, 4) != 0;
+        const std::size_t chunk = 1 + support::below(random, i % 50 == 0 ? 9000 : 8);
+        ASSERT_EQ(pass("\n" + body, dotEndsInput, true, chunk).body,
+                  passByLines(body, dotEndsInput))
+            << "chunk " << chunk;
+    }
+}
+
+TEST(MailMsg, CountsAnOverlongLineInPieces) {
+    const std::string piece(10240, 'x');
+    EXPECT_EQ(pass("\n" + piece + ".\nmore\n", true).body, piece);
+    EXPECT_EQ(pass("\n" + piece + piece + ".\r\nmore\n", true, true, 7).body, piece + piece);
+    EXPECT_EQ(pass("\n" + piece + ".\nmore\n", false).body, piece + ".\r\nmore\r\n");
+    EXPECT_EQ(pass("\n" + piece + "\n.x\n", true).body, piece + "\r\n.x\r\n");
+    // A CR goes to the next piece.
+    const std::string shorter = piece.substr(1) + "\r";
+    for (std::size_t chunk = 10200; chunk < 10260; ++chunk) {
+        EXPECT_EQ(pass("\n" + shorter + ".\nmore\n", true, true, chunk).body,
+                  shorter + ".\r\nmore\r\n");
+    }
+}
+
+TEST(MailMsg, GathersLinesForTheOutput) {
+    std::string text = "a: b\n\n";
+    for (int i = 0; i < 20000; ++i) {
+        text += "a line of an ordinary length, ended by a bare line feed\n";
+    }
+    ChunkInput input(text, 65536);
+    MailMsg message(&input, true, HEADER_FLAGS);
+    ASSERT_EQ(message.readHeaders(false), 0);
+    TextOutput out;
+    ASSERT_EQ(message.writeAll(out, true), 0);
+    EXPECT_EQ(out.text.size(), text.size() + 20000 + 2);
+    EXPECT_LT(out.writes, 200);
+}
+
+TEST(MailMsg, ReportsAnOutputThatFails) {
+    const std::string text = "a: b\nc: " + std::string(20000, 'd') + "\n\n" +
+                             std::string(30000, 'e') + "\n" + std::string(100, 'f');
+    TextOutput whole;
+    {
+        ChunkInput input(text, 4096);
+        MailMsg message(&input, true, HEADER_FLAGS);
+        ASSERT_EQ(message.readHeaders(false), 0);
+        EXPECT_EQ(message.writeAll(whole, true), 0);
+    }
+    const std::size_t full = whole.text.size();
+    for (std::size_t room : {std::size_t{0}, std::size_t{5}, full - 30105, full - 110, full - 1}) {
+        ChunkInput input(text, 4096);
+        MailMsg message(&input, true, HEADER_FLAGS);
+        ASSERT_EQ(message.readHeaders(false), 0);
+        TextOutput out(room);
+        EXPECT_EQ(message.writeAll(out, true), -1) << room;
+        EXPECT_EQ(out.text.size(), room);
+    }
+    ChunkInput input(text, 4096);
+    MailMsg message(&input, true, HEADER_FLAGS);
+    ASSERT_EQ(message.readHeaders(false), 0);
+    TextOutput out;
+    out.state = Stream::StateError;
+    EXPECT_EQ(message.writeHeaders(out), -1);
+    EXPECT_EQ(message.writeBody(out, true), -1);
+}
+
+} // namespace
