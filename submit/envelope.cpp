@@ -11,10 +11,15 @@
 #include <sysexits.h>
 
 #include <cstdio>
+#include <string_view>
 
 namespace {
 
 constexpr std::size_t receivedSize = 400;
+
+Address* addressAt(int index) {
+    return static_cast<Address*>(addrlist->addresses->get(index));
+}
 
 // The addr-spec of the first mailbox of an address list, or null where there is none. It lives
 // until the next parse.
@@ -23,7 +28,7 @@ const char* firstAddrSpec(const char* text) {
     if (countRes == -1 || addrlist->addresses->size() == 0) {
         return nullptr;
     }
-    argmailbox = (*addrlist)[0];
+    argmailbox = addressAt(0);
     const Mailbox2* mailbox = argmailbox->getMailbox(0);
     return mailbox != nullptr ? mailbox->addrSpec : nullptr;
 }
@@ -43,7 +48,7 @@ void addArgument(const char* argument) {
     if (addrlist->addresses->size() == 0) {
         return;
     }
-    argmailbox = (*addrlist)[0];
+    argmailbox = addressAt(0);
     if (const Mailbox2* mailbox = argmailbox->getMailbox(0)) {
         addRecipient(*mailbox);
     }
@@ -56,7 +61,7 @@ void addHeaderRecipients(const char* name, const char* value) {
         return;
     }
     for (int i = 0; i < addrlist->addresses->size(); ++i) {
-        argmailbox = (*addrlist)[i];
+        argmailbox = addressAt(i);
         for (int j = 0; j < argmailbox->size(); ++j) {
             addRecipient(*argmailbox->getMailbox(j));
         }

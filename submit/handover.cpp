@@ -16,16 +16,18 @@
 #include <syslog.h>
 
 #include <cstdint>
+#include <cstring>
 #include <string>
 
 namespace {
 
 constexpr int pathSize = 10240;
+constexpr int firstRecipientString = 3;
 constexpr std::size_t recipientsReserve = 4096;
 
-int reportUnwritten(const char* path) {
+int reportUnwritten(const char* path, unsigned error) {
     report("Transaction aborted: cannot write email message in queue '%s' (%s)", path,
-           Thread::getErrorMessage());
+           Thread::getErrorMessage(error));
     return EX_IOERR;
 }
 
@@ -34,7 +36,7 @@ std::string recipientsForLog() {
     list.reserve(recipientsReserve);
     for (std::int32_t i = 0; i < rcpts; ++i) {
         list += ' ';
-        list += mi->getRCPT(i);
+        list += mi->getString(firstRecipientString + i);
     }
     return list;
 }
@@ -51,14 +53,14 @@ int handOver(const char* path, IncomingStream* stream) {
     const std::string returnPath = mi->getString(0);
     rcpts = mi->getRCPTCount();
     const std::string recipients = recipientsForLog();
-    if (mq->endData(mi, MailQueue::SourceTypes(1), stream) == -1) {
-        const int result = reportUnwritten(path);
+    if (mq->endData(mi, MailQueue::SourceLocal, stream) == -1) {
+        const int result = reportUnwritten(path, Thread::getLastError());
         mq->removeMail(mi);
         return result;
     }
-    if (!mq->lastMarkerMade()) {
+    if (const unsigned error = mq->getMarkerError(); error != 0) {
         // The server will never look at it, so it was not accepted.
-        const int result = reportUnwritten(path);
+        const int result = reportUnwritten(path, error);
         mq->removeMailFiles(static_cast<int>(mailId));
         return result;
     }
@@ -80,20 +82,19 @@ int storeAndHandOver(MailMsg& message, const StandardInput& input) {
     IncomingStream* stream = mi->endRCPT(mq);
     char path[pathSize];
     int size = pathSize;
-    const int openError = errno;
+    const unsigned openError = Thread::getLastError();
     if (mi->getDataFileName(mq, 0, path, size) == -1) {
         std::strcpy(path, "unknown");
     }
     if (stream == nullptr) {
-        errno = openError;
         report("Transaction aborted: cannot write to email file in queue '%s' (%s)", path,
-               Thread::getErrorMessage());
+               Thread::getErrorMessage(openError));
         mq->removeMail(mi);
         return EX_IOERR;
     }
     aptr<Stream> guard(stream);
     if (message.writeAll(*stream, true) == -1) {
-        const int result = reportUnwritten(path);
+        const int result = reportUnwritten(path, Thread::getLastError());
         mq->removeMail(mi);
         return result;
     }

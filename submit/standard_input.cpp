@@ -8,12 +8,8 @@ StandardInput::StandardInput() : FDStream(STDIN_FILENO) {
 }
 
 int StandardInput::read(void* buffer, int size) {
-    int count = FDStream::read(buffer, size);
-    while (count == -1 && errno == EINTR) {
-        resetInputState();
-        count = FDStream::read(buffer, size);
-    }
-    if (count == -1) {
+    const int count = FDStream::read(buffer, size);
+    if (count == -1 && error == 0) {
         error = errno;
     }
     return count;

@@ -12,7 +12,6 @@ class StandardInput final : public FDStream {
 public:
     StandardInput();
 
-    // As FDStream::read, but a read that a signal cut short is repeated.
     int read(void* buffer, int size) override;
 
     // The error of the read that failed, or 0 while all went well.

@@ -2,10 +2,9 @@
 
 #include "address/address_list.h"
 #include "common/error.h"
-#include "common/stream/descriptor.h"
+#include "common/stream/host_name.h"
 #include "common/thread/thread.h"
 #include "config/config.h"
-#include "message/line_tokenizer.h"
 #include "message/mail_msg.h"
 #include "queue/mail_item.h"
 #include "queue/mail_queue.h"
@@ -89,7 +88,7 @@ int createMail() {
         mq = nullptr;
         return EX_TEMPFAIL;
     }
-    mailId = static_cast<std::uint32_t>(mi->id);
+    mailId = static_cast<std::uint32_t>(mi->getId());
     armInterrupt();
     return EX_OK;
 }
