@@ -47,6 +47,9 @@ public:
         SourceRaw = 2,   // stored byte for byte, state RAW_RECEIVED, no marker and no notification
     };
 
+    static constexpr char mql_auth[] = ".mql_auth"; // the token file, under the queue path
+    static constexpr char mql_sgn[] = "MQL:";       // what every token begins with
+
     explicit MailQueue(MailShepherd* shepherd = nullptr);
     MailQueue(const MailQueue&) = delete;
     MailQueue& operator=(const MailQueue&) = delete;

@@ -21,9 +21,7 @@
 
 namespace {
 
-constexpr char tokenFile[] = "/.mql_auth"; // behind the queue path
-constexpr char tokenSign[] = "MQL:";
-constexpr int tokenSignLength = 4;
+constexpr int tokenSignLength = sizeof MailQueue::mql_sgn - 1;
 
 // How long a reader waits for a token file that stands there empty: its writer has created it and
 // will write it in the next moment, unless it died between the two.
@@ -79,8 +77,8 @@ int writeToken(File& file, const char* path) {
     const unsigned process = static_cast<unsigned>(::getpid()) & 0xFFFF;
     const unsigned now = static_cast<unsigned>(std::time(nullptr)) & 0xFFFF;
     const unsigned chance = static_cast<unsigned>(randomInRange(0xFFFF));
-    if (file.writeLine("%s%02X%02X%02X%02X-%02X%02X%02X%02X-%04X-%04X-%04X", tokenSign, 0U, 0U, 0U,
-                       0U, static_cast<unsigned>(sum[0]), static_cast<unsigned>(sum[1]),
+    if (file.writeLine("%s%02X%02X%02X%02X-%02X%02X%02X%02X-%04X-%04X-%04X", MailQueue::mql_sgn, 0U,
+                       0U, 0U, 0U, static_cast<unsigned>(sum[0]), static_cast<unsigned>(sum[1]),
                        static_cast<unsigned>(sum[2]), static_cast<unsigned>(sum[3]), process, now,
                        chance) == -1) {
         return -1;
@@ -125,7 +123,7 @@ char* readTokenLine(File& file, bool mayBeUnderway) {
         int length = 0;
         const char* line = static_cast<const char*>(tokenizer.readToken(length));
         if (line != nullptr && length >= tokenSignLength &&
-            std::memcmp(line, tokenSign, tokenSignLength) == 0) {
+            std::memcmp(line, MailQueue::mql_sgn, tokenSignLength) == 0) {
             char* copy = new char[static_cast<std::size_t>(length) + 1];
             std::memcpy(copy, line, static_cast<std::size_t>(length));
             copy[length] = '\0';
@@ -217,7 +215,7 @@ int MailQueue::makeDirectories(int entryCount, const TreeListing& listing) {
 }
 
 int MailQueue::readToken(const char* path, int entryCount) {
-    FileNames::putText(pathBuffer + prefixLength - 1, tokenFile);
+    FileNames::putText(pathBuffer + prefixLength, mql_auth);
     File file(pathBuffer);
     bool made = false;
     if (openToken(file, path, entryCount > 0, made) == -1) {
