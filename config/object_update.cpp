@@ -316,7 +316,7 @@ void Object::announce(ObjectCallback* callback, bool recursive, AttributeList& d
         const Attribute& attribute = attributeAt(index);
         if (!attribute.hasFlag(FLAG_OWN_LIFE)) {
             marker.mark(index);
-        } else if (!slot(attribute).isEmpty()) {
+        } else if (recursive && !slot(attribute).isEmpty()) {
             const bool hasListener =
                 attribute.getKind() == KIND_OBJECT && childAt(attribute)->getCallback() != nullptr;
             (hasListener ? deferred : parts).push_back(&attribute);
@@ -325,7 +325,7 @@ void Object::announce(ObjectCallback* callback, bool recursive, AttributeList& d
     if (marker.isAnyMarked()) {
         callback->onObjectUpdate(marker, nullptr);
     }
-    for (const Attribute* attribute : recursive ? parts : AttributeList()) {
+    for (const Attribute* attribute : parts) {
         if (attribute->getKind() == KIND_OBJECT) {
             Object* child = childAt(*attribute);
             ObjectMarker all(attributeCountOf(*child));
@@ -346,7 +346,7 @@ void Object::update(bool recursive) {
         announce(callback, recursive, deferred);
     }
     writeUnlock();
-    for (const Attribute* attribute : recursive ? deferred : AttributeList()) {
+    for (const Attribute* attribute : deferred) {
         childAt(*attribute)->update(true);
     }
 }

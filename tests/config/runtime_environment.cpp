@@ -1,0 +1,18 @@
+// Brackets all tests of the binary with the runtime's start and end.
+
+#include "common/thread/thread.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class RuntimeEnvironment final : public testing::Environment {
+public:
+    void SetUp() override { Thread::init(); }
+    void TearDown() override { Thread::cleanup(); }
+};
+
+[[maybe_unused]] const testing::Environment* const environment =
+    testing::AddGlobalTestEnvironment(new RuntimeEnvironment);
+
+} // namespace

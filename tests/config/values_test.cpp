@@ -1,0 +1,287 @@
+// The twelve value types: text forms, copies, order; menus and binary strings.
+
+#include "common/net/inet_addr.h"
+#include "common/time/date_time.h"
+#include "common/time/time_of_day.h"
+#include "config/binary_string.h"
+#include "config/menu.h"
+#include "tests/config/test_schema.h"
+#include "tests/support/random.h"
+
+#include <ctime>
+#include <limits>
+#include <string>
+
+using namespace HConfig;
+using namespace testschema;
+
+namespace {
+
+class ValuesTest : public ConfigTest {
+protected:
+    std::unique_ptr<Object> root = make(ROOT);
+
+    const ValueHandler& handler(unsigned type) const {
+        return Config::getValueType(type)->getHandler();
+    }
+    // The text form in a buffer of `size`, or "-1".
+    std::string toString(unsigned type, const Value& value, int size = 64, bool escape = false) {
+        std::string buffer(static_cast<std::size_t>(size) + 1, '#');
+        const int result = handler(type).opToString(value, buffer.data(), size,
+                                                    &attribute(ROOT, FIRST_VALUE + type), escape);
+        EXPECT_EQ(buffer[static_cast<std::size_t>(size)], '#') << "written past the buffer";
+        return result < 0 ? "-1" : buffer.c_str();
+    }
+    // Parses into a slot of the root and gives the text form back, or "-1".
+    std::string roundTrip(unsigned type, const char* text) {
+        Value slot;
+        std::string printed = "-1";
+        if (handler(type).opToValue(text, slot, &attribute(ROOT, FIRST_VALUE + type)) == 0) {
+            printed = toString(type, slot);
+        }
+        handler(type).opDestroy(slot);
+        EXPECT_TRUE(slot.isEmpty());
+        return printed;
+    }
+};
+
+TEST_F(ValuesTest, ParsesAndPrintsEachType) {
+    const struct {
+        unsigned type;
+        const char* text;
+        const char* printed;
+    } rows[] = {
+        {TYPE_INT, "-2147483648", "-2147483648"},
+        {TYPE_INT, "2147483647", "2147483647"},
+        {TYPE_INT, "2147483648", "-1"},
+        {TYPE_INT, "12x", "-1"},
+        {TYPE_INT, "", "-1"},
+        {TYPE_INT, "99999999999999999999", "-1"},
+        {TYPE_UNSIGNED_INT, "4294967295", "4294967295"},
+        {TYPE_UNSIGNED_INT, "4294967296", "-1"},
+        {TYPE_UNSIGNED_INT, "-1", "-1"},
+        {TYPE_UNSIGNED_INT, "12x", "-1"},
+        {TYPE_UNSIGNED_INT, "", "-1"},
+        {TYPE_UNSIGNED_INT, "010", "10"},
+        {TYPE_CHOICE, "YES", "yes"},
+        {TYPE_CHOICE, "maybe", "-1"},
+        {TYPE_CHOICE, "(yes)", "-1"},
+        {TYPE_CHOICE_SET, "(smtp LOG)", "(log smtpIncoming smtpOutgoing)"},
+        {TYPE_STRING, "a\\b\"c", "a\\b\"c"},
+        {TYPE_STRING, nullptr, ""},
+        {TYPE_CS_STRING, "", ""},
+        {TYPE_INET_ADDR, "10.0.0.255", "10.0.0.255"},
+        {TYPE_INET_ADDR, "10.0.0.256", "-1"},
+        {TYPE_INET_ADDR_SET, "10.0.0.0/8", "10.0.0.0/255.0.0.0"},
+        {TYPE_INET_ADDR_SET, "10.0.0.0", "-1"},
+        {TYPE_INET_SOCK_ADDR, "255.255.255.255:65535", "255.255.255.255:65535"},
+        {TYPE_INET_SOCK_ADDR, "1.2.3.4", "-1"},
+        {TYPE_DATE_TIME, "Tue, 03 Nov 2026 10:11:12 +0100", "\"Tue, 03 Nov 2026 10:11:12 +0100\""},
+        {TYPE_DATE_TIME, "tomorrow", "-1"},
+        {TYPE_TIME, "08:00", "\"08:00:00\""},
+        {TYPE_TIME, "8:00", "-1"},
+        {TYPE_BINARY_STRING, "YWJj", "YWJj"},
+        {TYPE_BINARY_STRING, "", ""},
+        {TYPE_BINARY_STRING, "YW*j", "-1"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(roundTrip(row.type, row.text), row.printed)
+            << Config::getValueType(row.type)->getDesc().name << " "
+            << (row.text != nullptr ? row.text : "null");
+    }
+}
+
+TEST_F(ValuesTest, PrintsOnlyWhatFits) {
+    const struct {
+        unsigned type;
+        const char* text;
+        int size; // the smallest that does
+    } rows[] = {
+        {TYPE_INT, "-12345", 7},
+        {TYPE_UNSIGNED_INT, "12345", 6},
+        {TYPE_CHOICE, "yes", 4},
+        {TYPE_CHOICE_SET, "()", 3},
+        {TYPE_CHOICE_SET, "(log)", 6},
+        {TYPE_CHOICE_SET, "(log pop3)", 11},
+        {TYPE_STRING, "four", 5},
+        {TYPE_INET_ADDR, "1.2.3.4", 16},
+        {TYPE_INET_ADDR_SET, "1.0.0.0/8", 32},
+        {TYPE_INET_SOCK_ADDR, "1.2.3.4:5", 22},
+        {TYPE_DATE_TIME, "03 Nov 2026", 34},
+        {TYPE_TIME, "10:11", 11},
+    };
+    for (const auto& row : rows) {
+        ASSERT_EQ(root->setStringValue(row.type, row.text), 0) << row.text;
+        const Value& value = root->getValue(row.type);
+        EXPECT_NE(toString(row.type, value, row.size), "-1") << row.text;
+        EXPECT_EQ(toString(row.type, value, row.size - 1), "-1") << row.text;
+    }
+}
+
+TEST_F(ValuesTest, EscapesForQuotedValues) {
+    const struct {
+        const char* text;
+        const char* escaped;
+    } rows[] = {
+        {"plain", "plain"},   {"\"", "\\\""},       {"end\\", "end\\\\"},       {"\\n", "\\n"},
+        {"\\\"", "\\\\\\\""}, {"\\\\", "\\\\\\\\"}, {"\\\\\\", "\\\\\\\\\\\\"}, {"", ""},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(toString(TYPE_STRING, text(row.text), 64, true), row.escaped) << row.text;
+        const int size = static_cast<int>(std::string(row.escaped).size());
+        EXPECT_EQ(toString(TYPE_STRING, text(row.text), size, true), "-1") << row.text;
+        EXPECT_EQ(toString(TYPE_STRING, text(row.text), size + 1, true), row.escaped) << row.text;
+    }
+    EXPECT_EQ(toString(TYPE_STRING, Value(), 1, true), "");
+}
+
+// The escaping undone by the rules of the reader of files gives the text back.
+TEST_F(ValuesTest, EscapedTextsReadBack) {
+    std::mt19937_64 random = support::seededRandom("EscapedTextsReadBack");
+    for (int round = 0; round < 2000; ++round) {
+        const std::string original = support::randomText(random, "ab\\\"\\\"n", 12);
+        const std::string escaped = toString(TYPE_CS_STRING, text(original.c_str()), 64, true);
+        std::string read;
+        for (std::size_t i = 0; i < escaped.size(); ++i) {
+            const bool isEscape = escaped[i] == '\\' && i + 1 < escaped.size() &&
+                                  (escaped[i + 1] == '"' || escaped[i + 1] == '\\');
+            ASSERT_FALSE(escaped[i] == '"') << "the value would end early: " << escaped;
+            read += escaped[isEscape ? ++i : i];
+        }
+        ASSERT_EQ(read, original) << escaped;
+    }
+}
+
+TEST_F(ValuesTest, CopiesAreOwnedAndReplaceWhatWasThere) {
+    const char* const texts[] = {
+        "-5",   "7",       "yes",       "(log)",     "text",
+        "Text", "1.2.3.4", "1.0.0.0/8", "1.2.3.4:5", "03 Nov 2026 10:11:12 +0000",
+        "YWJj", "10:11"};
+    const auto other = make(ROOT);
+    for (unsigned type = 0; type < TYPE_COUNT; ++type) {
+        ASSERT_EQ(root->setStringValue(type, texts[type]), 0) << type;
+        ASSERT_EQ(other->setValue(type, root->getValue(type)), 0);
+        ASSERT_EQ(other->setValue(type, other->getValue(type)), 0) << "a slot from itself";
+        EXPECT_EQ(handler(type).opCompare(root->getValue(type), other->getValue(type)), 0) << type;
+        if (type >= TYPE_STRING) {
+            EXPECT_NE(root->getValue(type), other->getValue(type)) << "not shared: " << type;
+        }
+        EXPECT_TRUE(handler(type).opTest(other->getValue(type)));
+        EXPECT_EQ(handler(type).opTest(Value()), type < TYPE_STRING);
+    }
+}
+
+TEST_F(ValuesTest, EmptyForms) {
+    const char* const forms[] = {"0",        "0", "no", "()", "", "", "0.0.0.0", "0.0.0.0-0.0.0.0",
+                                 "0.0.0.0:0"};
+    for (unsigned type = 0; type <= TYPE_INET_SOCK_ADDR; ++type) {
+        EXPECT_EQ(toString(type, root->getValue(type)), forms[type]) << type;
+        EXPECT_EQ(toString(type, Value()), forms[type]) << "an empty slot: " << type;
+    }
+    EXPECT_NE(root->getValue(TYPE_STRING).asText(), nullptr) << "an empty text, not none";
+    EXPECT_EQ(toString(TYPE_BINARY_STRING, root->getValue(TYPE_BINARY_STRING)), "");
+    const unsigned long long now = static_cast<unsigned long long>(std::time(nullptr));
+    const unsigned long long made = root->getValue(TYPE_DATE_TIME).as<DateTime>()->getUTC();
+    EXPECT_LE(made, now);
+    EXPECT_GE(made + 60, now) << "the moment of creation";
+}
+
+TEST_F(ValuesTest, OrdersValues) {
+    const struct {
+        unsigned type;
+        const char* low;
+        const char* high;
+    } rows[] = {
+        {TYPE_INT, "-2147483648", "2147483647"},
+        {TYPE_UNSIGNED_INT, "1", "4294967295"},
+        {TYPE_CS_STRING, "A", "a"},
+        {TYPE_CS_STRING, "z", "\xC3"},
+        {TYPE_STRING, "A", "b"},
+        {TYPE_INET_ADDR, "9.0.0.1", "200.0.0.0"},
+        {TYPE_INET_ADDR_SET, "1.0.0.0/8", "1.0.0.0/9"},
+        {TYPE_INET_SOCK_ADDR, "1.2.3.4:80", "1.2.3.4:443"},
+        {TYPE_TIME, "08:59", "09:00"},
+        {TYPE_DATE_TIME, "03 Nov 2026 10:00:00 +0100", "03 Nov 2026 10:00:00 +0000"},
+        {TYPE_BINARY_STRING, "YWI=", "YWJj"},
+    };
+    for (const auto& row : rows) {
+        const auto other = make(ROOT);
+        ASSERT_EQ(root->setStringValue(row.type, row.low), 0);
+        ASSERT_EQ(other->setStringValue(row.type, row.high), 0);
+        const Value& low = root->getValue(row.type);
+        const Value& high = other->getValue(row.type);
+        EXPECT_LT(handler(row.type).opCompare(low, high), 0) << row.low;
+        EXPECT_GT(handler(row.type).opCompare(high, low), 0) << row.low;
+    }
+    EXPECT_EQ(handler(TYPE_STRING).opCompare(text("Same"), text("sAME")), 0);
+}
+
+TEST_F(ValuesTest, MenusReadNamesAndLists) {
+    const Menu& services = *Menu::getMenu(1);
+    const std::string tooLong = "(" + std::string(1024, 'x') + ")";
+    const struct {
+        const char* text;
+        bool isGood;
+        unsigned value;
+    } rows[] = {
+        {"(log smtp)", true, 0xD}, {"smtp", true, 0xC},
+        {"()", true, 0},           {"( log  LOG )", true, 1},
+        {"(\tlog )", true, 1},     {"(log", false, 0},
+        {"(log) x", false, 0},     {"(log) ", false, 0},
+        {"(nothing)", false, 0},   {"", false, 0},
+        {"(", false, 0},           {"(lo)", false, 0},
+        {"(log\tsmtp)", false, 0}, {"log smtp", false, 0},
+        {"(log)", true, 1},        {tooLong.c_str(), false, 0},
+    };
+    for (const auto& row : rows) {
+        unsigned value = 0;
+        EXPECT_EQ(services.nameToValue(row.text, value), row.isGood) << row.text;
+        if (row.isGood) {
+            EXPECT_EQ(value, row.value) << row.text;
+        }
+    }
+}
+
+TEST_F(ValuesTest, MenusPrintSingleBitsOnly) {
+    const Menu& services = *Menu::getMenu(1);
+    char buffer[64];
+    ASSERT_TRUE(services.valueToName(0xC, buffer, sizeof buffer));
+    EXPECT_STREQ(buffer, "(smtpIncoming smtpOutgoing)");
+    ASSERT_TRUE(services.valueToName(0x31, buffer, sizeof buffer));
+    EXPECT_STREQ(buffer, "(log)") << "bits without a choice are dropped";
+    EXPECT_TRUE(services.isValueCorrect(0x4F));
+    EXPECT_FALSE(services.isValueCorrect(0x10));
+    EXPECT_FALSE(Menu::getMenu(0)->valueToName(2, buffer, sizeof buffer));
+    const char* names[] = {"smtp", "POP3"};
+    EXPECT_EQ(root->setStringValue(TYPE_CHOICE_SET, names, 2), 0);
+    EXPECT_EQ(root->getValue(TYPE_CHOICE_SET).asUnsigned(), 0x4Cu);
+    names[1] = "nothing";
+    EXPECT_EQ(root->setStringValue(TYPE_CHOICE_SET, names, 2), -1);
+    EXPECT_EQ(root->getValue(TYPE_CHOICE_SET).asUnsigned(), 0x4Cu);
+    EXPECT_EQ(root->setStringValue(TYPE_STRING, names, 1), -1);
+}
+
+TEST_F(ValuesTest, BinaryStringsAreCounted) {
+    BinaryString all;
+    for (const unsigned size : {0u, 1u, 4u, 7u, 172u}) {
+        BinaryString made;
+        BinaryString::generate(made, size);
+        ASSERT_EQ(made.getSize(), size);
+        char printed[256];
+        BinaryString::bstrToStr(made, printed, sizeof printed);
+        ASSERT_EQ(BinaryString::strToBstr(printed, all), 0);
+        EXPECT_EQ(all.compareTo(made), 0) << size;
+    }
+    const BinaryString copy(all);
+    EXPECT_EQ(BinaryString::strToBstr("=!", all), -1);
+    EXPECT_EQ(all.compareTo(copy), 0) << "bad input changes nothing";
+    char tiny[4] = "xxx";
+    BinaryString::bstrToStr(copy, tiny, sizeof tiny);
+    EXPECT_STREQ(tiny, "");
+    BinaryString shorter;
+    shorter.set(copy.getData(), 3);
+    EXPECT_LT(shorter.compareTo(copy), 0);
+    EXPECT_GT(copy.compareTo(shorter), 0);
+}
+
+} // namespace
