@@ -124,8 +124,8 @@ bool checkPathName(const std::string& path) {
 }
 
 bool splitMboxPath(const char* path, char* user, char* mailbox) {
-    std::string_view userPart;
     std::string_view mailboxPart = path;
+    std::string_view userPart = mailboxPart.substr(0, 0);
     if (*path == '~') {
         const std::size_t slash = mailboxPart.find('/');
         userPart = mailboxPart.substr(0, slash);
