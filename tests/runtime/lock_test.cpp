@@ -180,20 +180,15 @@ TEST_F(LockTest, SlotsAreDistinctAndBounded) {
     go = true;
 }
 
-// Two slots that come free one after the other wake two waiters, also when the first of these has
-// not run yet.
-TEST_F(LockTest, EveryFreedSlotReachesAWaiter) {
+TEST_F(LockTest, SlotsBelongToOneThreadAtATime) {
     MultiThreadCS section(3);
     std::atomic<int> inside{0};
     std::atomic<int> taken[3] = {};
-    onThreads(9, [&] {
-        for (int i = 0; i < 300; ++i) {
+    onThreads(6, [&] {
+        for (int i = 0; i < 200; ++i) {
             const int slot = section.enter();
             EXPECT_LE(++inside, 3);
             EXPECT_EQ(++taken[slot], 1) << "a slot of two threads";
-            if (i % 7 == 0) {
-                Thread::sleep(1);
-            }
             --taken[slot];
             --inside;
             section.leave();
@@ -201,6 +196,36 @@ TEST_F(LockTest, EveryFreedSlotReachesAWaiter) {
         return 0;
     });
     EXPECT_EQ(inside, 0);
+}
+
+// Two slots come free before the waiter that the first one woke has run: the second waiter has
+// room too and must be woken as well.
+TEST_F(LockTest, EveryFreedSlotReachesAWaiter) {
+    for (int round = 0; round < 20; ++round) {
+        MultiThreadCS section(2);
+        std::atomic<int> asking{0};
+        std::atomic<int> inside{0};
+        section.enter();
+        section.enter();
+        const auto meet = [&] {
+            ++asking;
+            section.enter();
+            ++inside;
+            const bool met = eventually([&] { return inside == 2; });
+            section.leave();
+            return met ? 0 : 1;
+        };
+        Worker first(meet);
+        Worker second(meet);
+        ASSERT_EQ(first.start(0), 0);
+        ASSERT_EQ(second.start(0), 0);
+        ASSERT_TRUE(eventually([&] { return asking == 2; }));
+        Thread::sleep(2);
+        section.leave();
+        section.leave();
+        EXPECT_EQ(first.join(), 0);
+        EXPECT_EQ(second.join(), 0);
+    }
 }
 
 TEST(LockDeathTest, FailedCallIsLoggedAndAborts) {

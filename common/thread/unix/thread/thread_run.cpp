@@ -23,7 +23,12 @@
 
 namespace {
 
+// A thread sanitizer keeps its own record of a thread on that thread's stack.
+#if defined(__SANITIZE_THREAD__)
+constexpr std::size_t stackBlockSize = 819200 + 262144;
+#else
 constexpr std::size_t stackBlockSize = 819200;
+#endif
 constexpr int maxStartTries = 3;
 constexpr int pausedMayGoOn = 2; // condition of globalCS
 constexpr pthread_t noThread = static_cast<pthread_t>(-1);
