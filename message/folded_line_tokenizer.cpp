@@ -92,16 +92,18 @@ void* FoldedLineTokenizer::readToken(int& size) {
         const int from = std::min(scanOffset, atHand);
         const int found = searchEOL(flags, data + from, atHand - from, length);
         const int lineEnd = found > 0 ? from + found : 0;
-        if (asked && atHand <= seen) {
-            eolLength = length;
-            return atHand >= limit ? takeCut(data, limit, lineEnd, size)
-                                   : takeRest(data, atHand, lineEnd, size);
-        }
+        const bool noMore = asked && atHand <= seen;
         const bool undecided = lineEnd == atHand && length == 1 && isFirstHalf(data[atHand - 1]);
-        if (afterFinished && lineEnd > 0 && lineEnd == length && foldCount == 0 && !undecided) {
+        if (afterFinished && lineEnd > 0 && lineEnd == length && foldCount == 0 &&
+            (noMore || !undecided)) {
             eolLength = length;
             size = lineEnd;
             return compressFoldedLine(size, length, true);
+        }
+        if (noMore) {
+            eolLength = length;
+            return atHand >= limit ? takeCut(data, limit, lineEnd, size)
+                                   : takeRest(data, atHand, lineEnd, size);
         }
         if (lineEnd > 0 && lineEnd < atHand) {
             if (!isBlank(data[lineEnd])) {

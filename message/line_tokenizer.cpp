@@ -86,7 +86,7 @@ void* LineTokenizer::readToken(int& size) {
             found > 0 && length == 1 && lineSize == atHand && isFirstHalf(data[lineSize - 1]);
         if (found > 0 && !undecided) {
             eolLength = length;
-            return lineSize <= limit ? takeLine(lineSize, size) : takePiece(lineSize, limit, size);
+            return takeFound(lineSize, limit, size);
         }
         // The last byte may be the first half of a pair, so it is searched again.
         scanOffset = std::max(from, atHand - 1);
@@ -96,9 +96,15 @@ void* LineTokenizer::readToken(int& size) {
         data = peekReader(atHand);
         if (undecided && data != nullptr && atHand <= seen) {
             eolLength = 1;
-            return lineSize <= limit ? takeLine(lineSize, size) : takePiece(lineSize, limit, size);
+            return takeFound(lineSize, limit, size);
         }
     }
+}
+
+// An empty line whose excluded line end alone is longer than the limit is a token all the same.
+void* LineTokenizer::takeFound(int lineSize, int limit, int& size) {
+    const bool fits = lineSize <= limit || (lineSize == eolLength && has(ExcludeLineEnd));
+    return fits ? takeLine(lineSize, size) : takePiece(lineSize, limit, size);
 }
 
 // The line with its line end, the first lineSize bytes.
@@ -119,14 +125,14 @@ void* LineTokenizer::takeLine(int lineSize, int& size) {
 // The front of a line that is known to end beyond the limit.
 void* LineTokenizer::takePiece(int lineSize, int limit, int& size) {
     const int text = lineSize - eolLength;
-    const int piece = std::min(text, limit);
+    const int piece = text > 0 ? std::min(text, limit) : limit;
     eolLength = 0;
     size = piece;
     void* token = reader->read(size);
     if (token == nullptr || size != piece) {
         return failed(size);
     }
-    scanOffset = text - piece;
+    scanOffset = std::max(text - piece, 0);
     return has(ZeroTerminate) ? patchToken(token, size) : token;
 }
 

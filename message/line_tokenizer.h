@@ -37,6 +37,7 @@ protected:
 private:
     void restorePatch() const;
     void* patchToken(void* token, int size);
+    void* takeFound(int lineSize, int limit, int& size);
     void* takeLine(int lineSize, int& size);
     void* takePiece(int lineSize, int limit, int& size);
     void* takeUnended(unsigned char* data, int atHand, int limit, int& size);

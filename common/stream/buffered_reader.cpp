@@ -111,13 +111,13 @@ Stream::State BufferedReader::getOutputState() const {
 BufferedReader* BufferedReader::getStream(Stream* stream, int size) {
     if (void* known = stream->doCastInternal(getCastableClassId()); known != nullptr) {
         BufferedReader* reader = static_cast<BufferedReader*>(known);
-        if (reader->getBufferSize() < size) {
+        long long wanted = size;
+        if (reader->getBufferSize() < wanted) {
             const long long total = reader->getSize();
-            if (total >= 0 && total < size) {
-                size = static_cast<int>((total + 3) & ~3LL);
-            }
+            wanted = total >= 0 ? std::min(wanted, total) : wanted;
         }
-        if (reader->getBufferSize() >= size || reader->setBufferSize(size) == 0) {
+        if (reader->getBufferSize() >= wanted ||
+            reader->setBufferSize(static_cast<int>((wanted + 3) & ~3LL)) == 0) {
             reader->addReference();
             return reader;
         }
