@@ -1,5 +1,6 @@
 #include "common/memory/memory_system.h"
 #include "common/memory/system_memory.h"
+#include "common/thread/thread.h"
 #include "tests/support/temp_dir.h"
 
 #include <gtest/gtest.h>
@@ -9,7 +10,14 @@
 
 namespace {
 
-TEST(SystemMemory, ReadsTheTotalLine) {
+// Streams are let go by their last holder only while the runtime stands.
+class SystemMemory : public testing::Test {
+protected:
+    static void SetUpTestSuite() { Thread::init(); }
+    static void TearDownTestSuite() { Thread::cleanup(); }
+};
+
+TEST_F(SystemMemory, ReadsTheTotalLine) {
     struct {
         const char* text;
         unsigned long long size;
@@ -42,7 +50,7 @@ TEST(SystemMemory, ReadsTheTotalLine) {
     EXPECT_EQ(readMemTotal((dir / "missing").c_str()), 0U);
 }
 
-TEST(SystemMemory, FindsTheLineBehindManyOthers) {
+TEST_F(SystemMemory, FindsTheLineBehindManyOthers) {
     const support::TempDir dir;
     std::string text;
     for (int i = 0; i < 2000; ++i) {
@@ -52,7 +60,7 @@ TEST(SystemMemory, FindsTheLineBehindManyOthers) {
     EXPECT_EQ(readMemTotal((dir / "meminfo").c_str()), 7168U);
 }
 
-TEST(SystemMemory, LimitIsTheAddressSpaceOrElseTheMachine) {
+TEST_F(SystemMemory, LimitIsTheAddressSpaceOrElseTheMachine) {
     rlimit limit{};
     ASSERT_EQ(::getrlimit(RLIMIT_AS, &limit), 0);
     const unsigned long long expected =
