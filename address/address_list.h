@@ -34,6 +34,7 @@ public:
     // that does not parse, and for a null one. After -1 the list holds what was complete before the
     // failing point and is best ignored. After success it holds, in the order of the text, a Single
     // for each mailbox and a Group for each group; without a limit a group may be empty.
+    // Requires: text is no text of an entry of this list, which it empties first.
     int parsePostdock(const char* text, int maxAddresses, const char* defaultDomain,
                       bool allowNullPath);
 
