@@ -1,3 +1,6 @@
+// The base64 codecs. Encoding is a walk over whole groups; decoding takes groups that lie together
+// in one step, and collects the bytes of the others one by one.
+
 #include "message/base64.h"
 
 #include <climits>

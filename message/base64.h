@@ -15,8 +15,8 @@ bool isbase64(unsigned char byte);
 
 // Encodes inLength bytes into out, whose size is *outLength, and adds a zero byte. Returns 0 with
 // the length of the text, without that zero byte, in *outLength. With lineBreaks set, CR LF
-// follows each 57 bytes of input, so that lines have 76 characters. With pad 0 no padding is
-// written.
+// follows each 57 bytes of input, so that lines have 76 characters. With pad 0 the padding is zero
+// bytes; *outLength counts them, and read as a zero-terminated string the text has none.
 // Returns -1 with *outLength 0 for a null in, a length that is not positive, or a null out, and
 // -1 with the size needed in *outLength and an empty text in out (if it has a byte of room) where
 // out is too small. An input whose text would pass 2 GB is refused as not positive.

@@ -1,3 +1,6 @@
+// Opening a converter: ICU's own name first, then the alias table. The map over that table is built
+// by the first look-up that needs it, since hardly any run does.
+
 #include "message/charset.h"
 
 #include "common/stream/fd_stream.h"

@@ -1,3 +1,6 @@
+// Encoded words in and out. Decoding is one scan over the text that never goes back, so that no
+// header costs more than linear time; encoding is one pass of the Q codec, cut at its soft breaks.
+
 #include "message/encoded_word.h"
 
 #include "message/base64.h"

@@ -1,3 +1,5 @@
+// The block of a header field, and the two helpers for header text.
+
 #include "message/header_field.h"
 
 #include <cstdarg>

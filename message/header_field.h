@@ -44,7 +44,7 @@ public:
     // block. Requires: both are zero-terminated.
     void changeHeader(const char* name, const char* value);
 
-    // Does nothing: a place for a debugger's breakpoint in the server's dump of a message.
+    // Does nothing: the place where a dump of a message visits a field.
     void print();
 
 private:

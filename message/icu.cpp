@@ -1,3 +1,5 @@
+// Loading ICU: the one place that knows its library by name.
+
 #include "message/icu.h"
 
 #include <dlfcn.h>

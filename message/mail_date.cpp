@@ -1,3 +1,6 @@
+// Dates between their written form and seconds, through the C library's break-down calls and the
+// local time rules.
+
 #include "message/mail_date.h"
 
 #include "message/date_matcher.h"

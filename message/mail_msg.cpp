@@ -1,3 +1,5 @@
+// The way in of a message: its header block, and the operations on its fields.
+
 #include "message/mail_msg.h"
 
 #include <strings.h>

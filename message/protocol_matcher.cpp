@@ -1,3 +1,6 @@
+// The record keeping of the matchers. A record is a place in the subject; its text is copied only
+// for those who ask for it.
+
 #include "message/protocol_matcher.h"
 
 #include "common/error.h"

@@ -1,3 +1,6 @@
+// Quoted-printable. Encoding goes by the class of each byte; decoding looks at most two bytes
+// ahead, and never past the end that it was given.
+
 #include "message/qp.h"
 
 #include <climits>

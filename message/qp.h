@@ -45,9 +45,12 @@ public:
     // *outLength does not count; a caller's buffer filled to its last byte has no room for that
     // zero and goes without it. On -1 a new array has been freed, *out is as it was, and the
     // caller's buffer may hold part of the result.
-    // strict: what is not quoted-printable fails; otherwise it is kept or dropped as told in
-    // docs/decisions.md. header: "_" is a space.
-    // A "=" as one of the last two bytes is followed by nothing: neither digits nor a line end.
+    // strict: only upper-case digits, soft breaks "=" CR LF, printable bytes, TAB, LF and CR LF
+    // pass; anything else fails. Without it, digits may be lower case, CR or LF alone end a soft
+    // break, "=" in front of any other byte below 127 is kept together with that byte, and all
+    // else is dropped. header: "_" is a space.
+    // Nothing stands behind the data, neither digits nor a line end: a "=" that needs more than
+    // there is fails with strict and is kept without it.
     int decode(const unsigned char* in, unsigned int inLength, unsigned char** out,
                unsigned int* outLength, int strict, bool header);
 

@@ -1,3 +1,6 @@
+// The byte tests. isASCII runs over whole messages and works in machine words; isValidUTF8 sees
+// header text only.
+
 #include "message/text_checks.h"
 
 #include <cstddef>

@@ -1,3 +1,4 @@
+#include "common/stream/memory_stream.h"
 #include "message/base64.h"
 #include "message/charset.h"
 #include "message/encoded_word.h"
@@ -14,6 +15,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -254,6 +256,49 @@ TEST(EncodedWord, TakesEveryCharsetForUnknownWithoutIcu) {
         ::_exit(right ? 0 : 1);
     };
     EXPECT_EXIT(run(), ::testing::ExitedWithCode(0), "");
+}
+
+TEST(EncodedWord, DecodesInManyThreadsFromTheFirstWordOn) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto run = [] {
+        bool right[4] = {};
+        std::vector<std::thread> threads;
+        for (bool& result : right) {
+            threads.emplace_back([&result] {
+                result = decodeBytes(word("x-x-big5", "\xA4\x40")) == "\xE4\xB8\x80" &&
+                         decodeBytes("=?koi8-r?Q?=D0?=") == "\xD0\xBF";
+            });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        ::_exit(right[0] && right[1] && right[2] && right[3] ? 0 : 1);
+    };
+    EXPECT_EXIT(run(), ::testing::ExitedWithCode(0), "");
+}
+
+TEST(EncodedWord, ListsTheCharsets) {
+    std::vector<char> memory(1 << 20);
+    MemoryStream stream(memory.data(), static_cast<long long>(memory.size()));
+    printSupportedCharsetsToStream(&stream);
+    const std::string list(memory.data());
+    const auto count = [&list](const std::string& piece) {
+        std::size_t found = 0;
+        for (std::size_t at = 0; (at = list.find(piece, at)) != std::string::npos; ++at) {
+            ++found;
+        }
+        return found;
+    };
+    const std::string rule(71, '=');
+    EXPECT_EQ(list.find("\nConverter name:                     | Aliases:            \n" + rule +
+                        "\n   1."),
+              0U);
+    const std::size_t charsets = count("\n" + std::string(71, '-') + "\n");
+    const std::size_t aliases = count(" | ") - 1;
+    EXPECT_GT(charsets, 100U);
+    const std::string end = "Number of supported charsets: " + std::to_string(charsets) +
+                            "\nTotal number of charset aliases: " + std::to_string(aliases) + "\n";
+    EXPECT_EQ(list.substr(list.size() - end.size()), end);
 }
 
 TEST(EncodedWord, TakesLinearTime) {
