@@ -1,8 +1,9 @@
 #include "config/flex_lexer.h"
 
 bool hcFlexLexer::refill() {
-    if (atEnd)
+    if (atEnd) {
         return false;
+    }
     const int count = LexerInput(window, WINDOW_SIZE);
     atEnd = count <= 0;
     next = window;

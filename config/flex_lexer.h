@@ -35,8 +35,9 @@ protected:
 
     // The next byte, or END_OF_INPUT, which stays.
     int peek() {
-        if (next == limit && !refill())
+        if (next == limit && !refill()) {
             return END_OF_INPUT;
+        }
         return static_cast<unsigned char>(*next);
     }
 
@@ -45,8 +46,9 @@ protected:
 
     // What is in the window, at least one byte, without taking it; null at the end of the input.
     const char* peekWindow(int& size) {
-        if (next == limit && !refill())
+        if (next == limit && !refill()) {
             return nullptr;
+        }
         size = static_cast<int>(limit - next);
         return next;
     }

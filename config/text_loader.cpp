@@ -45,8 +45,9 @@ bool TextLoader::expectsServer() const {
 }
 
 int TextLoader::load(Object*& object) {
-    if (stream == nullptr)
+    if (stream == nullptr) {
         return loadFile(object);
+    }
     fileName = "(MemoryStream)";
     return load(stream, object);
 }
@@ -54,8 +55,9 @@ int TextLoader::load(Object*& object) {
 int TextLoader::loadFile(Object*& object) {
     fileName = file.getName();
     lastToken = TokenLoc();
-    if (expectsServer())
+    if (expectsServer()) {
         Thread::log(LOG_LEVEL_INFO, "Reading configuration file '%s'", fileName);
+    }
 
     int result = -1;
     const File::Attributes* attributes = file.getAttributes();
@@ -86,16 +88,17 @@ int TextLoader::loadFile(Object*& object) {
 }
 
 int TextLoader::load(Stream* input, Object*& object) {
-    inputStream = input;
-    if (fileName == nullptr)
+    if (fileName == nullptr) {
         fileName = "(MemoryStream)";
+    }
     const bool ownsRoot = object == nullptr;
     rootObject = object;
-    restart();
+    restart(input);
 
     int result = preScan();
-    if (result == 0)
+    if (result == 0) {
         result = hcparse(this);
+    }
     dropContexts();
     freeCount = 0;
 
@@ -103,24 +106,27 @@ int TextLoader::load(Stream* input, Object*& object) {
         setError(HE_NOENT, "No object found");
         result = -1;
     }
-    if (result != -1)
+    if (result != -1) {
         object = rootObject;
-    else if (ownsRoot)
+    } else if (ownsRoot) {
         delete rootObject;
+    }
     rootObject = nullptr;
     inputStream = nullptr;
     fileName = nullptr;
     return result;
 }
 
-void TextLoader::restart() {
+void TextLoader::restart(Stream* input) {
+    inputStream = input;
     yyrestart();
     scanState = SCAN_NORMAL;
     slashesPending = false;
     tokenLength = 0;
     skipDepth = 0;
-    for (std::uint8_t i = 0; i < TOKEN_COUNT; i++)
+    for (std::uint8_t i = 0; i < TOKEN_COUNT; i++) {
         freeBuffers[i] = i;
+    }
     freeCount = TOKEN_COUNT;
     tokenValue = 0;
     column = 1;
@@ -132,8 +138,9 @@ void TextLoader::restart() {
 // A server's file is edited by hand; a line that never ends tells that something else stands
 // there. Only the last line may be long, since it may be all of a generated text.
 int TextLoader::preScan() {
-    if (!expectsServer() || inputStream->lseek(0, Stream::SeekStart) < 0)
+    if (!expectsServer() || inputStream->lseek(0, Stream::SeekStart) < 0) {
         return 0;
+    }
     int result = -1;
     {
         LineTokenizer lines(inputStream, 15, false);
@@ -141,8 +148,9 @@ int TextLoader::preScan() {
         bool tooLong = false;
         for (;;) {
             int size = MAX_LINE;
-            if (lines.readToken(size) == nullptr)
+            if (lines.readToken(size) == nullptr) {
                 break;
+            }
             const bool completed = lines.lastTokenCompleted();
             if (completed && tooLong) {
                 Thread::log(LOG_LEVEL_ERROR,
@@ -193,8 +201,9 @@ TextLoader::Context* TextLoader::popContext() {
 void TextLoader::dropContexts() {
     while (context != nullptr) {
         const Context* dropped = popContext();
-        if (dropped->owned)
+        if (dropped->owned) {
             delete dropped->object;
+        }
         delete dropped;
     }
 }
@@ -206,9 +215,10 @@ void TextLoader::formatMessage(const TokenLoc& location, const char* format, va_
     std::vsnprintf(message, sizeof(message), format, arguments);
     const int used = std::snprintf(errorText, sizeof(errorText), "%s(%d:%d): ", fileName,
                                    location.line, location.column);
-    if (used >= 0 && used < MESSAGE_SIZE)
+    if (used >= 0 && used < MESSAGE_SIZE) {
         std::snprintf(errorText + used, sizeof(errorText) - static_cast<unsigned>(used), "%s",
                       message);
+    }
 }
 
 void TextLoader::setError(unsigned code, const TokenLoc& location, const char* format, ...) {
@@ -236,8 +246,9 @@ bool TextLoader::setWarning(const TokenLoc& location, const char* format, ...) {
     formatMessage(location, format, arguments);
     va_end(arguments);
     Thread::log(strict ? LOG_LEVEL_ERROR : LOG_LEVEL_WARNING, "%s", errorText);
-    if (strict)
+    if (strict) {
         Thread::setLastError(HE_CFG_STATEMENT);
+    }
     return strict;
 }
 

@@ -14,7 +14,7 @@
 // Two levels of failure. An error stops the load: -1, and the thread's last error tells its kind. A
 // warning costs one assignment, which has no effect; a strict loader takes it for an error. Both
 // are told through Thread::log as "file(line:column): message", errors at level 3 and warnings at
-// level 2. A value has at most 4095 bytes, and objects nest some 30 to 60 deep; time is linear in
+// level 2. A value has at most 4095 bytes, and objects nest at least 27 deep; time is linear in
 // the size of the input, and memory does not depend on it but for the objects made.
 //
 // Requires: Config::init. A loader belongs to one thread at a time, and loads any number of times.
@@ -55,7 +55,7 @@ int hcerror(const char* message);
 
 namespace HConfig {
 
-class TextLoader final : public hcFlexLexer {
+class TextLoader : public hcFlexLexer {
 public:
     using TokenLoc = HConfig::TokenLoc;
 
@@ -89,6 +89,13 @@ protected:
     void LexerOutput(const char* text, int size) override;
     void LexerError(const char* message) override;
     int yylex() override;
+
+    // Starts the scanner and the state of a load over, at the beginning of `input`.
+    void restart(Stream* input);
+
+    // The text of a token buffer, and its return to the free ones.
+    const char* textOf(int buffer) const { return tokenBuffers[buffer]; }
+    void release(int buffer);
 
     // Takes the first free token buffer for the present token. With `copyText` the text that was
     // collected in it stays and is terminated, and false is given, with nothing taken, where it is
@@ -182,15 +189,12 @@ private:
 
     int loadFile(Object*& object);
     int preScan();
-    void restart();
     void dropContexts();
     bool expectsServer() const;
 
     const Attribute* current() const;
     bool acceptName(const char* name, const TokenLoc& location);
     bool addChoice(const Attribute& attribute, const char* text, const TokenLoc& location);
-    const char* textOf(int buffer) const { return tokenBuffers[buffer]; }
-    void release(int buffer);
     const char* contextClassName() const;
     void formatMessage(const TokenLoc& location, const char* format, __builtin_va_list arguments);
 

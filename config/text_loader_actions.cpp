@@ -55,11 +55,13 @@ bool TextLoader::onMajorBegin(int name, const TokenLoc& location) {
         setError(HE_CFG_INVALID_OBJECT, location, "Invalid object class '%s'", textOf(name));
         return false;
     }
-    if (objectClass != nullptr && found != objectClass)
+    if (objectClass != nullptr && found != objectClass) {
         setError(HE_CFG_INVALID_OBJECT, location, "Wrong object class '%s'; '%s' object expected",
                  found->getItemName(), objectClass->getItemName());
-    if (rootObject == nullptr)
+    }
+    if (rootObject == nullptr) {
         rootObject = found->newObject();
+    }
     if (rootObject == nullptr) {
         setError(HE_NOMEM, location, "Cannot create a '%s' object", found->getItemName());
         return false;
@@ -93,11 +95,12 @@ void TextLoader::failAssignmentOf(int name) {
 
 void TextLoader::failAssignment() {
     const Attribute* attribute = current();
-    if (attribute != nullptr)
+    if (attribute != nullptr) {
         setError(HE_CFG_STATEMENT, "Invalid assignment statement for attribute '%s'",
                  attribute->getItemName());
-    else
+    } else {
         setError(HE_CFG_STATEMENT, "Invalid assignment statement");
+    }
 }
 
 bool TextLoader::onAttributeName(int name, const TokenLoc& location) {
@@ -110,25 +113,29 @@ bool TextLoader::onAttributeName(int name, const TokenLoc& location) {
 // ends the load.
 bool TextLoader::acceptName(const char* name, const TokenLoc& location) {
     context->attribute = nullptr;
-    if (std::strlen(name) >= MAX_NAME)
+    if (std::strlen(name) >= MAX_NAME) {
         return !setWarning(location,
                            "Attribute name '%s' too long (max length is %d) for a '%s' object",
                            name, MAX_NAME, contextClassName());
+    }
     const Attribute* attribute = context->object->getObjectClass()->findAttribute(name);
-    if (attribute == nullptr)
+    if (attribute == nullptr) {
         return !setWarning(location, "No attribute '%s' for a '%s' object", name,
                            contextClassName());
+    }
     if (attribute->hasFlag(FLAG_DEPRECATED)) {
         setInfo(location, "Deprecated attribute '%s' ignored for a '%s' object", name,
                 contextClassName());
         return true;
     }
-    if (attribute->hasFlag(FLAG_INTERNAL))
+    if (attribute->hasFlag(FLAG_INTERNAL)) {
         return !setWarning(location, "Internal attribute '%s' ignored for a '%s' object", name,
                            contextClassName());
-    if (context->marker.isMarked(attribute->getIndex()))
+    }
+    if (context->marker.isMarked(attribute->getIndex())) {
         return !setWarning(location, "Attribute '%s' already set for '%s' object; value ignored",
                            name, contextClassName());
+    }
     context->attribute = attribute;
     return true;
 }
@@ -140,10 +147,12 @@ void TextLoader::onAttributeEnd() {
 
 bool TextLoader::attrTypeCheck(unsigned kind, const TokenLoc& location) {
     const Attribute& attribute = *context->attribute;
-    if (attribute.getKind() == kind)
+    if (attribute.getKind() == kind) {
         return true;
-    if (kind == KIND_VALUE_SET && isMultipleChoice(attribute))
+    }
+    if (kind == KIND_VALUE_SET && isMultipleChoice(attribute)) {
         return true;
+    }
     const char* name = attribute.getItemName();
     const char* type = attribute.getContentTypeString();
     switch (attribute.getKind()) {
@@ -171,13 +180,14 @@ bool TextLoader::onValue(int value, const TokenLoc& location) {
     bool goesOn = true;
     const Attribute* attribute = current();
     if (attribute != nullptr) {
-        if (!attrTypeCheck(KIND_VALUE, location))
+        if (!attrTypeCheck(KIND_VALUE, location)) {
             goesOn = !strict;
-        else if (context->object->setStringValue(attribute->getIndex(), textOf(value)) == 0)
+        } else if (context->object->setStringValue(attribute->getIndex(), textOf(value)) == 0) {
             context->marker.mark(attribute->getIndex());
-        else
+        } else {
             goesOn = !setWarning(location, "Wrong value '%s' for attribute '%s' in '%s' object",
                                  textOf(value), attribute->getItemName(), contextClassName());
+        }
     }
     release(value);
     return goesOn;
@@ -198,8 +208,9 @@ Object* TextLoader::getChildObject(unsigned index) {
 bool TextLoader::onObjectBegin(const TokenLoc& location) {
     const Attribute* attribute = current();
     Object* child = nullptr;
-    if (attribute != nullptr && attrTypeCheck(KIND_OBJECT, location))
+    if (attribute != nullptr && attrTypeCheck(KIND_OBJECT, location)) {
         child = getChildObject(attribute->getIndex());
+    }
     if (child != nullptr) {
         pushContext(child, false);
         return true;
@@ -229,24 +240,27 @@ bool TextLoader::onObjectEnd(const TokenLoc& location) {
 
 void TextLoader::onSetEnd() {
     const Attribute* attribute = current();
-    if (attribute != nullptr)
+    if (attribute != nullptr) {
         context->marker.mark(attribute->getIndex());
+    }
 }
 
 bool TextLoader::onEmptySet() {
     const Attribute* attribute = current();
-    if (attribute == nullptr)
+    if (attribute == nullptr) {
         return true;
+    }
     const unsigned index = attribute->getIndex();
-    if (attribute->getKind() == KIND_VALUE_SET)
+    if (attribute->getKind() == KIND_VALUE_SET) {
         context->object->removeAllValues(index);
-    else if (attribute->getKind() == KIND_OBJECT_SET)
+    } else if (attribute->getKind() == KIND_OBJECT_SET) {
         context->object->removeAllObjects(index);
-    else if (!isMultipleChoice(*attribute))
+    } else if (!isMultipleChoice(*attribute)) {
         return !setWarning(
             lastToken,
             "Invalid type of value for attribute '%s'; value-set/object-set not expected",
             attribute->getItemName());
+    }
     context->marker.mark(index);
     return true;
 }
@@ -254,14 +268,16 @@ bool TextLoader::onEmptySet() {
 bool TextLoader::addValue(const char* text, const TokenLoc& location) {
     const Attribute& attribute = *context->attribute;
     if (attribute.getKind() == KIND_VALUE_SET) {
-        if (context->object->addStringValue(attribute.getIndex(), text) == 0)
+        if (context->object->addStringValue(attribute.getIndex(), text) == 0) {
             return true;
+        }
         setWarning(location, "Cannot add value '%s' for value-set attribute '%s'", text,
                    attribute.getItemName());
         return false;
     }
-    if (isMultipleChoice(attribute))
+    if (isMultipleChoice(attribute)) {
         return addChoice(attribute, text, location);
+    }
     setWarning(location, "Cannot add value '%s' for value attribute '%s'", text,
                attribute.getItemName());
     return false;
@@ -288,8 +304,9 @@ bool TextLoader::onFirstMember(int value, const TokenLoc& location) {
         context->attribute = nullptr;
         goesOn = !strict;
     } else if (attribute != nullptr) {
-        if (attribute->getKind() == KIND_VALUE)
+        if (attribute->getKind() == KIND_VALUE) {
             context->object->setValue(attribute->getIndex(), Value(std::uint32_t{0}));
+        }
         goesOn = addValue(textOf(value), location) || !strict;
     }
     release(value);
@@ -309,10 +326,11 @@ bool TextLoader::onNextMember(int value, const TokenLoc& location) {
 
 void TextLoader::beginAddObject(const TokenLoc&) {
     Object* member = context->object->newChildObjectInstance(context->attribute->getIndex());
-    if (member != nullptr)
+    if (member != nullptr) {
         pushContext(member, true);
-    else
+    } else {
         skipDepth++;
+    }
 }
 
 bool TextLoader::endAddObject(const TokenLoc& location) {
@@ -338,17 +356,19 @@ bool TextLoader::onFirstMemberBegin(const TokenLoc& location) {
         beginAddObject(location);
         return true;
     }
-    if (skipDepth == 0)
+    if (skipDepth == 0) {
         context->attribute = nullptr;
+    }
     skipDepth++;
     return !strict;
 }
 
 void TextLoader::onNextMemberBegin(const TokenLoc& location) {
-    if (current() != nullptr)
+    if (current() != nullptr) {
         beginAddObject(location);
-    else
+    } else {
         skipDepth++;
+    }
 }
 
 bool TextLoader::onMemberEnd(const TokenLoc& location) {

@@ -54,14 +54,17 @@ enum ByteClass : std::uint16_t {
 constexpr std::array<std::uint16_t, 256> makeClasses() {
     std::array<std::uint16_t, 256> classes = {};
     const auto set = [&classes](const char* bytes, ByteClass value) {
-        for (; *bytes != '\0'; bytes++)
+        for (; *bytes != '\0'; bytes++) {
             classes[static_cast<unsigned char>(*bytes)] = value;
+        }
     };
-    for (std::size_t byte = 0; byte < 0x20; byte++)
+    for (std::size_t byte = 0; byte < 0x20; byte++) {
         classes[byte] = CONTROL;
+    }
     classes[0x7F] = CONTROL;
-    for (std::size_t byte = 0x80; byte < 0x100; byte++)
+    for (std::size_t byte = 0x80; byte < 0x100; byte++) {
         classes[byte] = HIGH;
+    }
     set(" \t", BLANK);
     set("\n\r", NEWLINE);
     set("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz", LETTER);
@@ -102,10 +105,12 @@ constexpr WordState WORD_STATES[] = {
 
 int nextWordState(int state, int byte) {
     const WordState& row = WORD_STATES[state];
-    if (isOf(byte, ORDINARY))
+    if (isOf(byte, ORDINARY)) {
         return row.onOrdinary;
-    if (isOf(byte, STAR))
+    }
+    if (isOf(byte, STAR)) {
         return row.onStar;
+    }
     return isOf(byte, SLASH) ? row.onSlash : STOP;
 }
 
@@ -124,9 +129,10 @@ void TextLoader::advance(long long count) {
 
 void TextLoader::collect(const char* text, int size) {
     const long long room = TOKEN_SIZE - tokenLength;
-    if (room > 0)
+    if (room > 0) {
         std::memcpy(tokenText + tokenLength, text,
                     static_cast<std::size_t>(size < room ? size : room));
+    }
     tokenLength += size;
 }
 
@@ -137,13 +143,15 @@ long long TextLoader::collectRun(unsigned classes) {
     int size = 0;
     while (const char* bytes = tokenLength < TOKEN_SIZE ? peekWindow(size) : nullptr) {
         int count = 0;
-        while (count < size && isOf(static_cast<unsigned char>(bytes[count]), classes))
+        while (count < size && isOf(static_cast<unsigned char>(bytes[count]), classes)) {
             count++;
+        }
         collect(bytes, count);
         take(count);
         total += count;
-        if (count < size)
+        if (count < size) {
             break;
+        }
     }
     return total;
 }
@@ -151,18 +159,21 @@ long long TextLoader::collectRun(unsigned classes) {
 // Takes the bytes of those classes that come next; their number.
 long long TextLoader::skipRun(unsigned classes) {
     long long total = 0;
-    for (; isOf(peek(), classes); total++)
+    for (; isOf(peek(), classes); total++) {
         take();
+    }
     return total;
 }
 
 bool TextLoader::scan(bool copyText) {
-    if (freeCount == 0 || (copyText && tokenLength >= TOKEN_SIZE))
+    if (freeCount == 0 || (copyText && tokenLength >= TOKEN_SIZE)) {
         return false;
+    }
     tokenValue = freeBuffers[0];
     tokenText = tokenBuffers[tokenValue];
-    if (!copyText)
+    if (!copyText) {
         tokenLength = 0;
+    }
     tokenText[tokenLength] = '\0';
     freeCount--;
     std::memmove(freeBuffers, freeBuffers + 1, freeCount);
@@ -193,11 +204,13 @@ int TextLoader::yylex() {
 // ---- Outside of comments and quotes -------------------------------------------------------------
 
 int TextLoader::scanNormal() {
-    if (slashesPending && droppedSlashesBeginComment())
+    if (slashesPending && droppedSlashesBeginComment()) {
         return NO_TOKEN;
+    }
     const int byte = peek();
-    if (byte == END_OF_INPUT)
+    if (byte == END_OF_INPUT) {
         return END;
+    }
     switch (byte) {
     case '#':
         take();
@@ -255,8 +268,9 @@ void TextLoader::skipNewlines() {
 // the token; what the machine read beyond it can only be slashes, which are dealt with at the next
 // call.
 int TextLoader::scanWord() {
-    if (freeCount == 0)
+    if (freeCount == 0) {
         return HC_LEX_ERROR;
+    }
     tokenText = tokenBuffers[freeBuffers[0]];
     tokenLength = 0;
     long long accepted = 0;
@@ -266,28 +280,34 @@ int TextLoader::scanWord() {
     for (;;) {
         const int byte = peek();
         const int nextState = nextWordState(state, byte);
-        if (nextState < 0)
+        if (nextState < 0) {
             break;
+        }
         state = nextState;
         onlyAlphanumeric = onlyAlphanumeric && isOf(byte, LETTER | DIGIT);
         const char text = static_cast<char>(byte);
         take();
         collect(&text, 1);
-        if (state == 1)
+        if (state == 1) {
             collectRun(LETTER | DIGIT);
-        if (WORD_STATES[state].accepting)
+        }
+        if (WORD_STATES[state].accepting) {
             accepted = tokenLength;
-        if (accepted >= TOKEN_SIZE)
+        }
+        if (accepted >= TOKEN_SIZE) {
             break;
+        }
     }
     slashesPending = tokenLength > accepted;
-    if (accepted == 0)
+    if (accepted == 0) {
         return NO_TOKEN;
+    }
     storeLocation();
     tokenLength = accepted;
     advance(tokenLength);
-    if (!scan(true))
+    if (!scan(true)) {
         return HC_LEX_ERROR;
+    }
     return beginsAsName && onlyAlphanumeric ? HC_NAME : HC_VALUE;
 }
 
@@ -296,8 +316,9 @@ int TextLoader::scanWord() {
 bool TextLoader::droppedSlashesBeginComment() {
     slashesPending = false;
     LexerOutput("/", 1);
-    if (peek() != '*')
+    if (peek() != '*') {
         return false;
+    }
     storeLocation();
     take();
     advance(2);
@@ -341,8 +362,9 @@ int TextLoader::scanBlockComment() {
             }
         } else {
             long long count = 0;
-            for (; byte != END_OF_INPUT && byte != '\n' && byte != '*'; byte = peek(), count++)
+            for (; byte != END_OF_INPUT && byte != '\n' && byte != '*'; byte = peek(), count++) {
                 take();
+            }
             advance(count);
         }
     }
@@ -355,16 +377,18 @@ int TextLoader::beginString() {
     storeLocation();
     take();
     advance(1);
-    if (!scan(false))
+    if (!scan(false)) {
         return HC_LEX_ERROR;
+    }
     scanState = SCAN_STRING;
     return NO_TOKEN;
 }
 
 int TextLoader::scanString() {
     const int byte = peek();
-    if (byte == END_OF_INPUT)
+    if (byte == END_OF_INPUT) {
         return END;
+    }
     if (byte == '"') {
         storeLocation();
         take();
@@ -373,10 +397,12 @@ int TextLoader::scanString() {
         scanState = SCAN_NORMAL;
         return HC_VALUE;
     }
-    if (isOf(byte, NEWLINE))
+    if (isOf(byte, NEWLINE)) {
         return scanStringNewlines();
-    if (byte == '\\')
+    }
+    if (byte == '\\') {
         return scanEscape();
+    }
     storeLocation();
     return scanStringPiece(0);
 }
@@ -422,14 +448,16 @@ int TextLoader::scanStringNewlines() {
             LexerOutput("\r", 1);
             break;
         }
-        if (byte == '\n')
+        if (byte == '\n') {
             yylineno++;
+        }
         const char text = static_cast<char>(byte);
         collect(&text, 1);
         count++;
     }
-    if (count == 0)
+    if (count == 0) {
         return NO_TOKEN;
+    }
     storeLocation();
     advance(count);
     return tokenLength < TOKEN_SIZE ? NO_TOKEN : HC_LEX_ERROR;

@@ -70,15 +70,17 @@ constexpr std::size_t CLASS_COUNT = std::size(CLASS_SOURCES);
 
 consteval std::size_t sumOfRowCounts() {
     std::size_t sum = 0;
-    for (const ClassSource& source : CLASS_SOURCES)
+    for (const ClassSource& source : CLASS_SOURCES) {
         sum += source.rowCount;
+    }
     return sum;
 }
 
 consteval std::size_t sumOfWrittenRows() {
     std::size_t sum = 0;
-    for (const ClassSource& source : CLASS_SOURCES)
+    for (const ClassSource& source : CLASS_SOURCES) {
         sum += source.rows.size();
+    }
     return sum;
 }
 
@@ -97,19 +99,23 @@ template <std::size_t Capacity> struct SlotPool {
 
     // The first slot of a list of numbers equal to this one.
     constexpr std::uint16_t place(std::span<const std::uint32_t> numbers) {
-        if (numbers.empty())
+        if (numbers.empty()) {
             return AttributeDesc::NO_PARAMS;
+        }
         for (std::size_t first = 0; first + numbers.size() <= size; first++) {
             std::size_t same = 0;
             while (same < numbers.size() && slots[first + same].text == nullptr &&
-                   slots[first + same].number == numbers[same])
+                   slots[first + same].number == numbers[same]) {
                 same++;
-            if (same == numbers.size())
+            }
+            if (same == numbers.size()) {
                 return static_cast<std::uint16_t>(first);
+            }
         }
         const std::size_t first = size;
-        for (const std::uint32_t number : numbers)
+        for (const std::uint32_t number : numbers) {
             slots[size++].number = number;
+        }
         return static_cast<std::uint16_t>(first);
     }
 
@@ -144,8 +150,9 @@ constexpr bool sameText(const char* a, const char* b) {
 
 constexpr std::size_t rowOfClass(ClassUid uid) {
     std::size_t row = 0;
-    while (row < CLASS_COUNT && CLASS_SOURCES[row].uid != uid)
+    while (row < CLASS_COUNT && CLASS_SOURCES[row].uid != uid) {
         row++;
+    }
     return row;
 }
 
@@ -153,8 +160,9 @@ constexpr std::size_t rowOfClass(ClassUid uid) {
 constexpr AttributeDesc* findRow(Packed& packed, const PackedClass& packedClass, const Row& row) {
     for (std::size_t i = 0; i < packedClass.count; i++) {
         AttributeDesc& candidate = packed.rows[packedClass.first + i];
-        if (sameText(packed.definitions[candidate.definition].name, row.name))
+        if (sameText(packed.definitions[candidate.definition].name, row.name)) {
             return &candidate;
+        }
     }
     return nullptr;
 }
@@ -182,26 +190,30 @@ constexpr AttributeDefinition define(ClassUid uid, std::size_t place, const Row&
                                       {},
                                       row.content.type,
                                       row.flags.bits};
-    for (std::size_t i = 0; i < sizeof(row.name); i++)
+    for (std::size_t i = 0; i < sizeof(row.name); i++) {
         definition.name[i] = row.name[i];
+    }
     return definition;
 }
 
 constexpr void changeRow(Packed& packed, const PackedClass& packedClass, const Row& row) {
     AttributeDesc* inherited = findRow(packed, packedClass, row);
-    if (inherited == nullptr)
+    if (inherited == nullptr) {
         return changedRowIsNotInherited();
+    }
     const AttributeDefinition& definition = packed.definitions[inherited->definition];
     if (definition.kind != row.content.kind || definition.type != row.content.type ||
-        definition.flags != row.flags.bits)
+        definition.flags != row.flags.bits) {
         return changedRowHasAnotherDefinition();
+    }
     *inherited = packDetails(packed, row, inherited->definition);
 }
 
 constexpr void addRow(Packed& packed, PackedClass& packedClass, const Row& row, ClassUid uid,
                       std::size_t place) {
-    if (findRow(packed, packedClass, row) != nullptr)
+    if (findRow(packed, packedClass, row) != nullptr) {
         return moreThanOneRowOfThatName();
+    }
     const auto definition = static_cast<std::uint16_t>(packed.definitionCount++);
     packed.definitions[definition] = define(uid, place, row);
     packed.rows[packed.rowCount++] = packDetails(packed, row, definition);
@@ -214,27 +226,31 @@ constexpr void packClass(Packed& packed, std::size_t index) {
     packedClass.first = packed.rowCount;
     if (source.base != Object) {
         const std::size_t base = rowOfClass(source.base);
-        if (base >= index)
+        if (base >= index) {
             return baseClassDoesNotStandBeforeItsSubclass();
-        for (std::size_t i = 0; i < packed.classes[base].count; i++)
+        }
+        for (std::size_t i = 0; i < packed.classes[base].count; i++) {
             packed.rows[packed.rowCount++] = packed.rows[packed.classes[base].first + i];
+        }
         packedClass.count = packed.classes[base].count;
     }
     std::size_t place = 0;
     for (const Row& row : source.rows) {
-        if (row.changed)
+        if (row.changed) {
             changeRow(packed, packedClass, row);
-        else if (packedClass.count == source.rowCount)
+        } else if (packedClass.count == source.rowCount) {
             moreRowsThanTheClassTreeTells();
-        else
+        } else {
             addRow(packed, packedClass, row, source.uid, place++);
+        }
     }
 }
 
 consteval Packed pack() {
     Packed packed;
-    for (std::size_t i = 0; i < CLASS_COUNT; i++)
+    for (std::size_t i = 0; i < CLASS_COUNT; i++) {
         packClass(packed, i);
+    }
     return packed;
 }
 
@@ -251,8 +267,9 @@ MORVEX_CONFIG_CLASSES(MORVEX_CHECK_COUNT, MORVEX_CHECK_COUNT)
 template <std::size_t Count, class T, std::size_t Capacity>
 consteval std::array<T, Count> firstOf(const std::array<T, Capacity>& items) {
     std::array<T, Count> result = {};
-    for (std::size_t i = 0; i < Count; i++)
+    for (std::size_t i = 0; i < Count; i++) {
         result[i] = items[i];
+    }
     return result;
 }
 
@@ -278,8 +295,9 @@ constexpr auto DEFAULT_PARAMS = defaultParams(std::make_index_sequence<PACKED.de
 
 template <std::size_t Size> constexpr void copyName(char (&to)[Size], const char* from) {
     for (std::size_t i = 0; from[i] != '\0'; i++) {
-        if (i + 1 == Size)
+        if (i + 1 == Size) {
             return nameDoesNotFitTheTable();
+        }
         to[i] = from[i];
     }
 }
@@ -321,8 +339,9 @@ constexpr std::size_t MENU_COUNT = MENU_SOURCES[std::size(MENU_SOURCES) - 1].id 
 
 consteval std::size_t sumOfChoices() {
     std::size_t sum = 0;
-    for (const MenuSource& source : MENU_SOURCES)
+    for (const MenuSource& source : MENU_SOURCES) {
         sum += source.choices.size();
+    }
     return sum;
 }
 
@@ -340,8 +359,9 @@ consteval PackedMenus packMenus() {
         menu.multiple = source.multiple;
         menu.firstChoice = static_cast<std::uint16_t>(next);
         menu.choiceCount = static_cast<std::uint16_t>(source.choices.size());
-        for (const ChoiceDesc& choice : source.choices)
+        for (const ChoiceDesc& choice : source.choices) {
             packed.choices[next++] = choice;
+        }
     }
     return packed;
 }

@@ -205,13 +205,15 @@ struct Row {
     consteval Row(const char (&attributeName)[N], Content what, Details... details)
         : content(what) {
         static_assert(N <= sizeof(name));
-        for (std::size_t i = 0; i < N; i++)
+        for (std::size_t i = 0; i < N; i++) {
             name[i] = attributeName[i];
+        }
         (set(details), ...);
         const bool isChoice = content.kind == KIND_VALUE &&
                               (content.type == TYPE_CHOICE || content.type == TYPE_CHOICE_SET);
-        if (isChoice != constraint.isMenu)
+        if (isChoice != constraint.isMenu) {
             rowsOfChoicesNeedAMenuAndOthersNone();
+        }
     }
 
 private:
