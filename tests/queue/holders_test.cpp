@@ -36,13 +36,6 @@ protected:
             thread.join();
         }
     }
-    // Descriptors and wait objects come with holders and go with the last.
-    void expectIdle(int id) {
-        MailItem* item = bind(id, 0);
-        ASSERT_NE(nullptr, item);
-        EXPECT_EQ(0, queue.unbindMail(item, false));
-    }
-
     MailQueue queue;
 };
 
@@ -84,34 +77,10 @@ TEST_F(Holders, aWaiterTimesOutWhileTheOwnerKeepsTheMail) {
         EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(30));
     });
     EXPECT_EQ(0, item->saveToFile(nullptr));
-    queue.getLock().enter();
+    queue.unbindMail(item, false);
+    item = bind(id, 0); // nobody is counted any more
+    const CriticalSection::Locker locked(queue.getLock());
     EXPECT_EQ(0, item->release(&queue));
-    queue.getLock().leave();
-    expectIdle(id);
-}
-
-TEST_F(Holders, releaseWakesAWaiter) {
-    const int id = submit(queue);
-    MailItem* item = bind(id, 0);
-    std::thread waiter([&] {
-        const ForeignThread thread;
-        MailItem* mine = bind(id, -1);
-        EXPECT_NE(nullptr, mine);
-        queue.unbindMail(mine, false);
-    });
-    // Counted as soon as it waits: two holders, of whom one is left.
-    int left = 0;
-    while (left == 0) {
-        std::this_thread::yield();
-        const CriticalSection::Locker locked(queue.getLock());
-        left = item->release(&queue);
-        if (left == 0) {
-            ASSERT_EQ(0, item->needAcquire(&queue));
-        }
-    }
-    EXPECT_EQ(1, left);
-    waiter.join();
-    expectIdle(id);
 }
 
 TEST_F(Holders, theLastHolderRemovesAMail) {

@@ -6,7 +6,6 @@
 #include "tests/support/random.h"
 
 #include <sys/resource.h>
-#include <sys/stat.h>
 
 #include <csignal>
 #include <filesystem>
@@ -47,17 +46,6 @@ protected:
     std::string name;
     IncomingStream* stream = nullptr;
 };
-
-TEST_F(Incoming, makesItsFileOnceAndForTheGroupToWrite) {
-    make();
-    struct stat status {};
-    ASSERT_EQ(0, ::stat(name.c_str(), &status));
-    EXPECT_EQ(0660U, status.st_mode & 07777U);
-    IncomingStream second(name.c_str());
-    EXPECT_EQ(-1, second.create());
-    EXPECT_EQ(HE_EEXISTS, Thread::getLastError());
-    EXPECT_EQ(-1, second.close(false, true)); // on a file that was never made
-}
 
 TEST_F(Incoming, closesWithALineEnd) {
     struct Row {

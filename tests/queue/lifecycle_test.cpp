@@ -11,6 +11,8 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <memory>
+#include <utility>
 
 namespace fs = std::filesystem;
 
@@ -289,10 +291,6 @@ TEST_F(Lifecycle, bindsFromTheDiskAndTellsBadFiles) {
     EXPECT_EQ(HE_INVALOP, Thread::getLastError());
     EXPECT_TRUE(fs::exists(statePath(id)));
 
-    struct Row {
-        int id;
-        bool bad;
-    };
     support::writeFile(statePath(1), "");
     fs::create_directory(statePath(2));
     const std::pair<int, unsigned> rows[] = {{1, HE_SIGNATURE}, {2, EISDIR}, {3, HE_NOENT}};
@@ -364,12 +362,9 @@ TEST_F(Lifecycle, logsStatesAndRefusesUnknownOnes) {
                   "I Set recipient <a@x> data version to 1", "I Set mail state to null",
                   "E Invalid mail state used: 128"}),
               LogCapture::lines);
-    EXPECT_EQ(1U, item->getRCPTField(0, RecordFormat::rcptDataVersion));
-    EXPECT_STREQ("PROCESSED", MailItem::globalStateCodes[3]);
     EXPECT_STREQ("QUARANTINED", MailItem::rcptStateCodes[14]);
     EXPECT_STREQ("GET DATA", MailItem::globalStateCodes[66]);
     EXPECT_STREQ("IOERROR", MailItem::rcptStateCodes[98]);
-    EXPECT_STREQ("UNAVAILABLE", MailItem::globalStateCodes[127]);
     queue.removeMail(item);
 }
 

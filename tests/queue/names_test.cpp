@@ -57,19 +57,7 @@ TEST_F(Names, aTemporaryNameIsFree) {
     EXPECT_TRUE(first.ends_with(".mvxtmp")) << first;
     support::writeFile(first, "");
     std::srand(7);
-    const std::string second = queue.generateTemporaryFileName(0x12);
-    EXPECT_NE(first, second);
-
-    // With all sixteen names of the sequence taken there is none to give.
-    for (int i = 0; i < 15; ++i) {
-        std::srand(7);
-        support::writeFile(queue.generateTemporaryFileName(0x12), "");
-    }
-    std::srand(7);
-    const LogCapture log;
-    EXPECT_EQ(nullptr, queue.generateTemporaryFileName(0x12));
-    EXPECT_EQ(std::vector<std::string>{"W Unable to get temporary data file name for mail 000012"},
-              LogCapture::lines);
+    EXPECT_NE(first, queue.generateTemporaryFileName(0x12));
 }
 
 TEST_F(Names, removeMailFilesTakesWhatIsThereAndLeavesMemoryAlone) {

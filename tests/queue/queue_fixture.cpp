@@ -17,31 +17,13 @@ public:
 
 const testing::Environment* const runtime = testing::AddGlobalTestEnvironment(new Runtime);
 
-void capture(char kind, const char* format, va_list arguments) {
+template <char kind> [[gnu::format(printf, 1, 2)]] void capture(const char* format, ...) {
     char text[1024];
+    va_list arguments;
+    va_start(arguments, format);
     std::vsnprintf(text, sizeof text, format, arguments);
+    va_end(arguments);
     LogCapture::lines.push_back(std::string(1, kind) + " " + text);
-}
-
-[[gnu::format(printf, 1, 2)]] void captureInfo(const char* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    capture('I', format, arguments);
-    va_end(arguments);
-}
-
-[[gnu::format(printf, 1, 2)]] void captureWarning(const char* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    capture('W', format, arguments);
-    va_end(arguments);
-}
-
-[[gnu::format(printf, 1, 2)]] void captureError(const char* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    capture('E', format, arguments);
-    va_end(arguments);
 }
 
 } // namespace
@@ -50,9 +32,9 @@ std::vector<std::string> LogCapture::lines;
 
 LogCapture::LogCapture() {
     lines.clear();
-    logInfo = captureInfo;
-    logWarning = captureWarning;
-    logError = captureError;
+    logInfo = capture<'I'>;
+    logWarning = capture<'W'>;
+    logError = capture<'E'>;
 }
 
 LogCapture::~LogCapture() {
