@@ -69,6 +69,7 @@ public:
     // Ends it: calls the clean-up hooks in the order of their registration, frees pools and locks.
     // Does nothing while a thread is alive or the runtime is not initialized.
     static void cleanup();
+    // Requires: init has run.
     static void registerCleanupHook(CleanupHook* hook);
 
     // --- A thread's life ---
@@ -93,6 +94,7 @@ public:
 
     // Starts the thread, detached if `detach` is not 0. 0, or -1: HE_THSTARTED if it was started
     // before and not joined, else the reason, and it can be started again then.
+    // Requires: init has run, and cleanup not since.
     int start(int detach);
     // Waits for the end and gives run's result; the thread can be started again. Throws hexcept:
     // HE_THJOIN for a detached or unstarted thread, or pthread_join's error.
@@ -129,6 +131,7 @@ public:
     static bool isOnStack(const void* address);
     // Waits until at most `count` threads are alive. `timeout` is in milliseconds, negative for no
     // limit. 0, or -1 with HE_TIMEOUT.
+    // Requires: init has run.
     static int waitOnlyThreadsCnt(int count, int timeout);
 
     // --- The last error: one code per thread, held in errno ---

@@ -250,7 +250,7 @@ struct alignas(SyncProvider::count * 16) Strided {
 };
 
 TEST_F(RWObjectTest, ProviderGrowsItsConditionsByFour) {
-    const std::unique_ptr<Strided[]> objects(new Strided[5]);
+    const Strided objects[5];
     const SyncProvider& provider = SyncProvider::of(&objects[0].object);
     ASSERT_EQ(&SyncProvider::of(&objects[4].object), &provider);
     EXPECT_EQ(provider.conditionCount(), 0);
@@ -449,7 +449,7 @@ void randomStep(Guarded& object, std::mt19937_64& random) {
 
 TEST_F(RWObjectTest, RandomUseKeepsExclusionAndEnds) {
     auto random = support::seededRandom("RandomUseKeepsExclusion");
-    const std::unique_ptr<Guarded[]> objects(new Guarded[3]); // all with one provider
+    Guarded objects[3]; // all with one provider
     std::vector<std::unique_ptr<Worker>> workers;
     for (int i = 0; i < 6; ++i) {
         workers.push_back(std::make_unique<Worker>([&objects, seed = random()] {
