@@ -9,8 +9,14 @@
 #include <algorithm>
 #include <memory>
 
+namespace {
+
+constexpr std::size_t childSize = sizeof(void*); // of a child pointer, in the front of its slot
+
+} // namespace
+
 HVectorBase::HVectorBase(int order, int entryBytes)
-    : maxEntries(order), entrySize(std::max(entryBytes, static_cast<int>(sizeof(Node*)))) {
+    : maxEntries(order), entrySize(std::max(entryBytes, static_cast<int>(childSize))) {
     if (order < 2) {
         throwInvalid();
     }
@@ -38,12 +44,12 @@ void HVectorBase::freeNode(Node* node) {
 // The stride between child pointers is the entry size, which need not keep them aligned.
 HVectorBase::Node* HVectorBase::child(const Node* node, int slot) const {
     Node* result = nullptr;
-    std::memcpy(&result, slotAddress(node, slot), sizeof result);
+    std::memcpy(&result, slotAddress(node, slot), childSize);
     return result;
 }
 
 void HVectorBase::setChild(Node* node, int slot, Node* newChild) const {
-    std::memcpy(slotAddress(node, slot), &newChild, sizeof newChild);
+    std::memcpy(slotAddress(node, slot), &newChild, childSize);
     newChild->parent = node;
 }
 

@@ -120,7 +120,7 @@ extern "C" MORVEX_EXPORT void* calloc(std::size_t count, std::size_t size) noexc
         return outOfMemory();
     }
     const std::size_t bytes = count * size;
-    void* block = malloc(bytes);
+    void* block = malloc(bytes); // NOLINT(clang-analyzer-optin.portability.UnixAPI): 0 is fine here
     if (block != nullptr && !mvxAllocArena.contains(block)) { // the arena is zero already
         std::memset(block, 0, bytes);
     }
