@@ -51,7 +51,6 @@ void FoldedLineTokenizer::forget(Touch touch) const {
         return;
     }
     scanOffset = 0;
-    foldCount = 0;
     if (touch != Touch::Moving) {
         eolLength = -1;
     }
@@ -73,9 +72,13 @@ void* FoldedLineTokenizer::foldedFailed(int& size) {
     return failed(size);
 }
 
-// Nothing is consumed while more is looked for, so the offsets stay good across each peek. Only the
+// Nothing is consumed while more is looked for, so the offsets stay good across each peek, and from
+// a time-out to the next call; a scan that starts over finds the folds anew. Only the
 // first limit bytes are looked at: a token does not depend on how much happens to be buffered.
 void* FoldedLineTokenizer::readToken(int& size) {
+    if (scanOffset == 0) {
+        foldCount = 0;
+    }
     const bool afterFinished = eolLength >= 0;
     const int limit = std::min(limitFor(size), MaxTokenSize);
     int atHand = std::min(reader->canRead(), limit);

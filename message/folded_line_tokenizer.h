@@ -59,8 +59,8 @@ private:
     int removeFolds(char* token, int size) const;
     void* foldedFailed(int& size);
 
-    SimpleVector<int> folds;   // offsets of the line ends inside the token; its size is the room
-    mutable int foldCount = 0; // those in use
+    SimpleVector<int> folds; // offsets of the line ends inside the token; its size is the room
+    int foldCount = 0;       // those in use
     int realTokenSize = 0;
     bool previousComplete = true;
 };

@@ -185,7 +185,7 @@ TEST(BufferedReader, RandomCallsAgreeWithAPlainText) {
     auto random = support::seededRandom("BufferedReader.RandomCallsAgreeWithAPlainText");
     for (int round = 0; round < 60; ++round) {
         const std::string data = support::pattern(below(random, 30000));
-        const int most = round % 2 == 0 ? 3000 : 100000;
+        const std::size_t most = round % 2 == 0 ? 3000 : 100000;
         Source source(data, [&] { return 1 + static_cast<int>(below(random, most)); });
         BufferedReaderImpl reader(&source, 4096 << below(random, 4));
         std::vector<char> buffer(10000);

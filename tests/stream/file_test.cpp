@@ -127,7 +127,7 @@ TEST(File, FlushReachesTheDiskOnlyWhenAskedTo) {
 
 TEST(File, NamesOfAnyLengthAndTheirRenaming) {
     const support::TempDir directory;
-    for (const std::size_t length : {1, 60, 200}) {
+    for (const std::size_t length : {1U, 60U, 200U}) {
         const std::string from = directory / std::string(length, 'a');
         const std::string to = directory / std::string(length + 1, 'b');
         File file(from.c_str());
@@ -144,7 +144,7 @@ TEST(File, NamesOfAnyLengthAndTheirRenaming) {
         EXPECT_EQ(file.getName(), nullptr);
         EXPECT_EQ(file.getAttributes(), nullptr);
     }
-    for (const std::size_t length : {126, 127, 128, 129}) {
+    for (const std::size_t length : {126U, 127U, 128U, 129U}) {
         File file(std::string(length, 'n').c_str());
         EXPECT_EQ(std::string(file.getName()), std::string(length, 'n'));
         file.clearName();
