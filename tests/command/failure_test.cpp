@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 using Strings = std::vector<std::string>;
 
 // The complaint is on standard error with a newline and in the log without one.
-void expectReport(const Run& run, const std::string& text) {
+void expectReport(const Outcome& run, const std::string& text) {
     EXPECT_EQ(run.err, text + "\n");
     EXPECT_TRUE(contains(run.log, errorLine(text))) << text;
 }
@@ -30,7 +30,7 @@ TEST(Failure, BadCommandLinesTouchNothing) {
     for (const auto& [arguments, complaint] : rows) {
         SCOPED_TRACE(complaint);
         Desk desk;
-        const Run run = desk.run(arguments);
+        const Outcome run = desk.run(arguments);
         EXPECT_EQ(run.exitCode, 64);
         EXPECT_EQ(run.err, complaint);
         EXPECT_TRUE(run.out.starts_with("\nUsage: postdock [flags...]")) << run.out;
@@ -43,7 +43,7 @@ TEST(Failure, HelpAndVersionTouchNothing) {
     for (const char* flag : {"-h", "--help", "-hv", "-v", "--VERSION"}) {
         SCOPED_TRACE(flag);
         Desk desk;
-        const Run run = desk.run({flag});
+        const Outcome run = desk.run({flag});
         EXPECT_EQ(run.exitCode, 0);
         EXPECT_EQ(run.err, "");
         const bool help = std::string_view(flag) != "-v" && std::string_view(flag) != "--VERSION";
@@ -75,7 +75,7 @@ TEST(Failure, BadAddressesLeaveNoMail) {
         SCOPED_TRACE(row.reason);
         Desk desk;
         desk.input = row.input;
-        const Run run = desk.run(row.arguments);
+        const Outcome run = desk.run(row.arguments);
         EXPECT_EQ(run.exitCode, 65);
         expectReport(run, "Transaction aborted: " + row.reason);
         EXPECT_EQ(desk.mailFiles().size(), 0U);
@@ -85,7 +85,7 @@ TEST(Failure, BadAddressesLeaveNoMail) {
 TEST(Failure, InvalidRecipientsAloneAreNoRecipients) {
     Desk desk;
     desk.input = "\n";
-    const Run run = desk.run({"@"});
+    const Outcome run = desk.run({"@"});
     EXPECT_EQ(run.exitCode, 65);
     EXPECT_EQ(run.err, "Ignoring invalid recipient address '@'\n"
                        "Transaction aborted: no recipients specified\n");
@@ -95,7 +95,7 @@ TEST(Failure, InvalidRecipientsAloneAreNoRecipients) {
 TEST(Failure, BadConfigurationEndsBeforeTheQueue) {
     Desk desk;
     support::writeFile(desk.path("run/morvex.cfg"), "Server {\n primaryDomain = = }\n");
-    const Run run = desk.run({"r@x.org"});
+    const Outcome run = desk.run({"r@x.org"});
     EXPECT_EQ(run.exitCode, 78);
     const std::string text = "Transaction aborted: cannot load configuration from '" +
                              desk.path("run/morvex.cfg") + "' (";
@@ -118,7 +118,7 @@ TEST(Failure, UnusableQueue) {
             fs::create_directory(desk.queue(""));
         }
         support::writeFile(desk.path(row.inTheWay), "");
-        const Run run = desk.run({"r@x.org"});
+        const Outcome run = desk.run({"r@x.org"});
         EXPECT_EQ(run.exitCode, 74);
         std::string queue = desk.queue("");
         queue.pop_back();
@@ -131,7 +131,7 @@ TEST(Failure, ForeignTokenFile) {
     Desk desk;
     fs::create_directory(desk.queue(""));
     support::writeFile(desk.queue(".mql_auth"), "XYZ:\r\n");
-    const Run run = desk.run({"r@x.org"});
+    const Outcome run = desk.run({"r@x.org"});
     EXPECT_EQ(run.exitCode, 74);
     EXPECT_EQ(support::readFile(desk.queue(".mql_auth")), "XYZ:\r\n");
 }
@@ -164,12 +164,14 @@ TEST(Failure, FailingCallsLeaveNoMail) {
         Desk desk;
         desk.input = "From: a@x.org\n\n" + std::string(5000, 'x') + "\n";
         desk.environment = {{"MORVEX_TEST_FAULT", row.fault}};
-        const Run run = desk.run({"r@x.org"});
+        const Outcome run = desk.run({"r@x.org"});
         EXPECT_EQ(run.exitCode, row.exitCode);
         std::string queue = desk.queue("");
         queue.pop_back();
         std::string reason = row.reason;
-        reason.replace(reason.find("%Q"), 2, queue);
+        if (const std::size_t at = reason.find("%Q"); at != std::string::npos) {
+            reason.replace(at, 2, queue);
+        }
         EXPECT_TRUE(run.err.starts_with("Transaction aborted: " + reason)) << run.err;
         EXPECT_TRUE(run.err.ends_with(std::string(row.error) + ")\n")) << run.err;
         EXPECT_TRUE(contains(run.log, errorLine(run.err.substr(0, run.err.size() - 1))));
@@ -184,7 +186,7 @@ TEST(Failure, UnreadableStandardInput) {
         Desk desk;
         desk.input = "From: a@x.org\n\n" + std::string(600000, 'x') + "\n";
         desk.environment = {{"MORVEX_TEST_FAULT", fault}};
-        const Run run = desk.run({"r@x.org"});
+        const Outcome run = desk.run({"r@x.org"});
         EXPECT_NE(run.exitCode, 0);
         EXPECT_TRUE(run.err.starts_with("Transaction aborted: ")) << run.err;
         EXPECT_EQ(desk.mailFiles().size(), 0U);

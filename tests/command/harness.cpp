@@ -76,14 +76,14 @@ Desk::Desk() {
                                                " processing = { queueEntryCount = 4 }\n}\n");
 }
 
-Run Desk::run(const std::vector<std::string>& arguments) {
+Outcome Desk::run(const std::vector<std::string>& arguments) {
     std::vector<std::string> all = {"-W", path("")};
     all[1].pop_back();
     all.insert(all.end(), arguments.begin(), arguments.end());
     return runPlain(all);
 }
 
-Run Desk::runPlain(const std::vector<std::string>& arguments) {
+Outcome Desk::runPlain(const std::vector<std::string>& arguments) {
     support::writeFile(path("stdin"), input);
     fs::remove(path("log"));
     std::vector<std::string> texts = {"postdock"};
@@ -110,7 +110,7 @@ Run Desk::runPlain(const std::vector<std::string>& arguments) {
     }
     int status = 0;
     ::waitpid(child, &status, 0);
-    Run run;
+    Outcome run;
     run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     run.out = support::readFile(path("stdout"));
     run.err = support::readFile(path("stderr"));

@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-struct Run {
+struct Outcome {
     int exitCode = -1; // 128 + N after signal N
     std::string out;
     std::string err;
@@ -41,9 +41,9 @@ public:
     std::string input;
 
     // Runs "postdock -W DIR arguments...".
-    Run run(const std::vector<std::string>& arguments);
+    Outcome run(const std::vector<std::string>& arguments);
     // Runs postdock with just these arguments, standard input from a file of `input`.
-    Run runPlain(const std::vector<std::string>& arguments);
+    Outcome runPlain(const std::vector<std::string>& arguments);
 
     std::string path(std::string_view name) const { return dir / name; }
     std::string queue(std::string_view name) const { return dir / ("queue/" + std::string(name)); }

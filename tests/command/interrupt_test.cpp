@@ -27,7 +27,7 @@ TEST(Interrupt, RemovesTheMailOrLeavesItWhole) {
         Desk desk;
         desk.input = "From: a@x.org\n\n" + std::string(5000, 'x') + "\n";
         desk.environment = {{"MORVEX_TEST_SIGNAL", row.point}};
-        const Run run = desk.run({"r@x.org"});
+        const Outcome run = desk.run({"r@x.org"});
         EXPECT_EQ(run.exitCode, 0);
         EXPECT_EQ(run.err, "");
         if (row.aborted) {

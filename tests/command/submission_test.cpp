@@ -36,7 +36,7 @@ TEST(Submission, StoresOneMailByteByByte) {
     Desk desk;
     desk.input = "Subject: hi\n\nhello\n";
     const std::time_t before = std::time(nullptr);
-    const Run run = desk.run({"someone@example.org"});
+    const Outcome run = desk.run({"someone@example.org"});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.out, "");
     EXPECT_EQ(run.err, "");
@@ -194,7 +194,7 @@ TEST(Submission, DecidesSenderAndRecipients) {
          {"r@x.org"},
          from + "Date: Mon, 1 Jan 2001 00:00:00 +0000\n\nb\n",
          {"a@x.org", "a@x.org", "<>", "r@x.org"},
-         "From: a@x.org\r\n\r\nb\r\n"},
+         "From: a@x.org\r\nDate: Mon, 1 Jan 2001 00:00:00 +0000\r\n\r\nb\r\n"},
         {"dropped flags of the traditional command",
          {"-oi", "-oem", "-odb", "-bm", "-i", "r@x.org"},
          from + "\nb\n",
@@ -210,11 +210,11 @@ TEST(Submission, DecidesSenderAndRecipients) {
          from + "To: r@x.org\n\na\n.\nb\n",
          {"a@x.org", "a@x.org", "<>", "r@x.org"},
          "From: a@x.org\r\nTo: r@x.org\r\n\r\na\r\n.\r\nb\r\n"},
-        {"CR LF stays, a last line without an end stays without",
+        {"CR LF stays, a last line gets its end",
          {"r@x.org"},
          "From: a@x.org\r\n\r\na\r\nb",
          {"a@x.org", "a@x.org", "<>", "r@x.org"},
-         "From: a@x.org\r\n\r\na\r\nb"},
+         "From: a@x.org\r\n\r\na\r\nb\r\n"},
         {"8-bit bytes pass through",
          {"r@x.org"},
          from + "Subject: \xE9\xFF\n\n\x80\xFE\n",
@@ -225,7 +225,7 @@ TEST(Submission, DecidesSenderAndRecipients) {
         SCOPED_TRACE(row.what);
         Desk desk;
         desk.input = row.input;
-        const Run run = desk.run(row.arguments);
+        const Outcome run = desk.run(row.arguments);
         EXPECT_EQ(run.exitCode, 0);
         EXPECT_EQ(run.err, "");
         const StateFile state = desk.state();
@@ -262,7 +262,7 @@ TEST(Submission, PassesOverInvalidRecipients) {
         SCOPED_TRACE(row.complaints[0]);
         Desk desk;
         desk.input = row.input;
-        const Run run = desk.run(row.arguments);
+        const Outcome run = desk.run(row.arguments);
         EXPECT_EQ(run.exitCode, 0);
         std::string expected;
         for (const std::string& line : row.complaints) {
@@ -285,7 +285,7 @@ TEST(Submission, TakesAtMost1024Recipients) {
         }
         // The limit holds across arguments and headers.
         desk.input += "\n\nb\n";
-        const Run run = desk.run({"-t", "argument@x.org"});
+        const Outcome run = desk.run({"-t", "argument@x.org"});
         EXPECT_EQ(run.exitCode, 0);
         EXPECT_EQ(run.err, given < 1024 ? "" : warning + "\n");
         EXPECT_EQ(contains(run.log, errorLine(warning)), given >= 1024);
@@ -313,7 +313,7 @@ TEST(Submission, UsesTheTreeThatIsThere) {
 TEST(Submission, WorksWithoutAConfiguration) {
     Desk desk;
     desk.input = "\nb\n";
-    const Run run = desk.run({"-C", "absent.cfg", "a@b.org"});
+    const Outcome run = desk.run({"-C", "absent.cfg", "a@b.org"});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.err, "");
     EXPECT_EQ(desk.markers().size(), 1U);
@@ -325,7 +325,7 @@ TEST(Submission, NamesACallerWithoutAPasswordEntryByNumber) {
     Desk desk;
     desk.environment = {{"MORVEX_TEST_NO_PASSWD", "1"}};
     desk.input = "\nb\n";
-    const Run run = desk.run({"a@b.org"});
+    const Outcome run = desk.run({"a@b.org"});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(desk.state().strings.at(0), uidText() + "@example.org");
     EXPECT_TRUE(
