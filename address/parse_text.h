@@ -30,7 +30,7 @@ inline void dropTexts(StringPool& pool, int count, std::string** lookahead) {
 
 // A new empty string on top, under the lookahead's.
 inline std::string* pushText(StringPool& pool, std::string** lookahead) {
-    std::string* top = pool.addString("");
+    std::string* top = pool.addEmpty();
     if (lookahead == nullptr) {
         return top;
     }

@@ -50,9 +50,9 @@ std::string* StringPool::addString(const std::string& text) {
     return string;
 }
 
-std::string* StringPool::addString(const char* text, int length) {
+std::string* StringPool::addEmpty() {
     std::string* string = nextString();
-    string->assign(text, static_cast<std::size_t>(length));
+    string->clear();
     return string;
 }
 

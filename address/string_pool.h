@@ -21,7 +21,7 @@ public:
     // string belongs to the pool and is the caller's until the pool takes it back.
     std::string* addString(const char* text);
     std::string* addString(const std::string& text);
-    std::string* addString(const char* text, int length);
+    std::string* addEmpty();
 
     // The string at an index below `used`.
     std::string* getString(int index) const;
