@@ -12,6 +12,9 @@ namespace {
 // The largest class whose attributes are linked.
 constexpr unsigned MAX_ATTRIBUTES = 256;
 
+// The deepest tree of classes whose objects may wait to be made.
+constexpr unsigned MAX_TIMELESS_DEPTH = 4;
+
 constexpr unsigned char fold(char c) {
     return static_cast<unsigned char>(c | 0x20);
 }
@@ -144,6 +147,45 @@ const Attribute* ObjectClass::findAttribute(const char* name) const {
 const Attribute* ObjectClass::findAttribute(std::uint32_t uid) const {
     ensureResolved();
     return static_cast<const Attribute*>(attributes.findUidItem(uid));
+}
+
+bool ObjectClass::isTimeless() const {
+    if (timeless.load(std::memory_order_relaxed) == Timeless::UNKNOWN &&
+        !isTimeless(MAX_TIMELESS_DEPTH)) {
+        timeless.store(Timeless::NO, std::memory_order_relaxed);
+    }
+    return timeless.load(std::memory_order_relaxed) == Timeless::YES;
+}
+
+// Judged by the constant rows, so that the class need not be resolved. The depth ends the walk of
+// classes that contain each other, so a "no" from below the top may not be remembered.
+bool ObjectClass::isTimeless(unsigned depth) const {
+    const Timeless known = timeless.load(std::memory_order_relaxed);
+    if (known != Timeless::UNKNOWN || depth == 0 || desc->newObject == nullptr) {
+        return known == Timeless::YES;
+    }
+    const ConfigDesc& schema = config->getDesc();
+    const AttributeDesc* row = schema.attributes + desc->firstAttribute;
+    for (const AttributeDesc* end = row + desc->attributeCount; row != end; ++row) {
+        const AttributeDefinition& definition = schema.definitions[row->definition];
+        const bool hasToBeGiven = (definition.flags & (FLAG_REQUIRED | FLAG_KEY)) != 0;
+        if (hasToBeGiven || (row->defaultId != 0 && !DefaultFactory::isConstant(row->defaultId))) {
+            return false;
+        }
+        if (definition.kind == KIND_VALUE &&
+            (definition.type == TYPE_DATE_TIME || definition.type == TYPE_TIME)) {
+            return false;
+        }
+        if (definition.kind == KIND_OBJECT) {
+            const ObjectClass* childClass = config->getClassByUid(definition.type);
+            if (childClass != nullptr && childClass->desc->newObject != nullptr &&
+                !childClass->isTimeless(depth - 1)) {
+                return false;
+            }
+        }
+    }
+    timeless.store(Timeless::YES, std::memory_order_relaxed);
+    return true;
 }
 
 void ObjectClass::resolveOnce() const {

@@ -122,10 +122,19 @@ public:
 
     // The KEY attributes, and those without ENCODABLE, in row order.
     unsigned getKeyCount() const { return (ensureResolved(), keyCount); }
-    const Attribute* getKeyAttribute(unsigned index) const { return keyAttributes[index]; }
+    const Attribute* getKeyAttribute(unsigned index) const {
+        return (ensureResolved(), keyAttributes[index]);
+    }
     unsigned getPlainCount() const { return (ensureResolved(), plainCount); }
-    const Attribute* getPlainAttribute(unsigned index) const { return plainAttributes[index]; }
+    const Attribute* getPlainAttribute(unsigned index) const {
+        return (ensureResolved(), plainAttributes[index]);
+    }
     unsigned getCountedCount() const { return (ensureResolved(), countedCount); }
+
+    // Whether a new object of this class, in its empty forms or with all its defaults, is the same
+    // at whatever time it is made, and takes its defaults without fail. Then it need not be made
+    // before someone looks at it.
+    bool isTimeless() const;
 
     // Finds the base class. Called once by Config.
     void link(const Config& config);
@@ -133,12 +142,15 @@ public:
 private:
     friend class Config;
 
+    enum class Timeless : std::uint8_t { UNKNOWN, YES, NO };
+
     const ObjectClassDesc* desc;
     const ObjectClass* baseClass = nullptr;
     Config* config;
 
     // All below is written once, under the registry's lock, before `resolved` is set.
     mutable std::atomic<bool> resolved = false;
+    mutable std::atomic<Timeless> timeless = Timeless::UNKNOWN; // a remembered answer
     std::uint16_t keyCount = 0;
     std::uint16_t plainCount = 0;
     std::uint16_t countedCount = 0;
@@ -156,6 +168,7 @@ private:
         ensureResolved();
         return firstAttribute;
     }
+    bool isTimeless(unsigned depth) const;
     void resolveOnce() const;
     void resolve(Arena& arena);
     void listAttributes(Arena& arena);

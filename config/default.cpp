@@ -46,7 +46,7 @@ public:
 
 template <class D> constinit const FactoryOf<D> factoryOf;
 
-constinit const DefaultFactory* factories[DEFAULT_COUNT] = {
+constexpr const DefaultFactory* BUILT_IN[DEFAULT_COUNT] = {
     nullptr,
     &factoryOf<UintConstantDefault>,
     &factoryOf<StringConstantDefault>,
@@ -62,6 +62,9 @@ constinit const DefaultFactory* factories[DEFAULT_COUNT] = {
     &factoryOf<TimeConstantDefault>,
 };
 
+// What another layer has put in the place of a built-in factory, or of none.
+constinit const DefaultFactory* registered[DEFAULT_COUNT] = {};
+
 } // namespace
 
 const DefaultDesc& Default::getDefaultDesc() const {
@@ -73,7 +76,14 @@ Default* DefaultFactory::getDefault(const DefaultParamValue*, Arena&) const {
 }
 
 const DefaultFactory* DefaultFactory::getFactory(unsigned id) {
-    return id < DEFAULT_COUNT ? factories[id] : nullptr;
+    if (id >= DEFAULT_COUNT) {
+        return nullptr;
+    }
+    return registered[id] != nullptr ? registered[id] : BUILT_IN[id];
+}
+
+bool DefaultFactory::isConstant(unsigned id) {
+    return id >= DEFAULT_COUNT || registered[id] == nullptr;
 }
 
 const DefaultDesc& DefaultFactory::getDesc(unsigned id) {
@@ -81,7 +91,7 @@ const DefaultDesc& DefaultFactory::getDesc(unsigned id) {
 }
 
 void DefaultFactory::registerFactory(unsigned id, const DefaultFactory* factory) {
-    factories[id] = factory;
+    registered[id] = factory;
 }
 
 UintConstantDefault::UintConstantDefault(const DefaultParamValue* params)

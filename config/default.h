@@ -51,12 +51,16 @@ public:
     // Null for id 0 and for an id without a factory: the attribute then starts in its empty form.
     static const DefaultFactory* getFactory(unsigned id);
 
+    // Whether a default of that id writes the same constant at any time: there is none, or it is
+    // one of this library's.
+    static bool isConstant(unsigned id);
+
     // The description of an id from 1. Requires: id < DEFAULT_COUNT.
     static const DefaultDesc& getDesc(unsigned id);
 
-    // Gives an id a factory, or takes it away with null. The factory stays the caller's and
-    // outlives every Config that is made meanwhile.
-    // Requires: 0 < id < DEFAULT_COUNT, and no Config in existence.
+    // Gives an id a factory in place of the built-in one, or with null takes it away again. The
+    // factory stays the caller's and outlives every Config that is made meanwhile. Requires: 0 < id
+    // < DEFAULT_COUNT, and no Config in existence.
     static void registerFactory(unsigned id, const DefaultFactory* factory);
 
 protected:

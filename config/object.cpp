@@ -354,7 +354,7 @@ int Object::fastSetChildObject(unsigned index, Object* child) {
     if (!attribute.isObjectCorrect(this, child)) {
         return -1;
     }
-    if (childAt(attribute) != child) {
+    if (!slot(attribute).isMark() && childAt(attribute) != child) {
         delete childAt(attribute);
     }
     slot(attribute) = Value(static_cast<const void*>(child));

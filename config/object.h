@@ -9,6 +9,10 @@
 // constraint that refuses in setValue or setStringValue sets no error. What fails changes nothing,
 // unless told.
 //
+// A child whose class is timeless (see ObjectClass) is made when somebody first looks at it; until
+// then its slot holds a mark that tells which state it would be in. No operation lets a mark out,
+// and readers may look from several threads at once.
+//
 // Threads: an object carries the read-write lock of ASyncObject, but only `update` takes it. The
 // callers that share an object hold its lock.
 
@@ -25,6 +29,7 @@
 #include "config/value.h"
 #include "config/value_set.h"
 
+#include <atomic>
 #include <cstdint>
 #include <vector>
 
@@ -132,7 +137,7 @@ public:
     virtual void encodingDispose();
 
     // The slot as it stands. Requires: doInit, and an index of the class.
-    const Value& getValue(unsigned index) const { return values[index]; }
+    const Value& getValue(unsigned index) const { return awake(index); }
     // The text form of a VALUE without escapes; the handler's result. On -1 the buffer may hold an
     // empty text. Requires: a `size` above 0.
     int getStringValue(unsigned index, char* buffer, int size) const;
@@ -152,7 +157,7 @@ public:
     int updateValues(unsigned index, const ValueSet& newValues);
 
     // The child as it stands: null for one not yet created. Requires: an OBJECT.
-    Object* getChildObject(unsigned index) const { return values[index].as<Object>(); }
+    Object* getChildObject(unsigned index) const { return awake(index).as<Object>(); }
     // Brings the child in line with `source`, creating it first if it is made on demand. With
     // `notify`, or for a child with a life of its own, an enabled listener is told of a change and
     // may veto it, which rolls the child back: -1. -1 also when the constraint refuses.
@@ -227,11 +232,26 @@ private:
 
     Value* values = nullptr; // one slot per attribute, from the first doInit on
 
+    // Marks of children that nobody has looked at yet: as newObject makes them, and after
+    // doSetToDefault(true, true).
+    static constexpr Value ASLEEP_FRESH = Value::ofMark(0);
+    static constexpr Value ASLEEP_WITH_DEFAULTS = Value::ofMark(1);
+
+    // The slot with its child made, if it has one.
+    const Value& awake(unsigned index) const {
+        const std::atomic_ref<Value> place(values[index]);
+        if (place.load(std::memory_order_acquire).isMark()) {
+            wake(index);
+        }
+        return values[index];
+    }
+    void wake(unsigned index) const;
+
     const Attribute& attributeAt(unsigned index) const {
         return *getObjectClass()->getAttribute(index);
     }
     Value& slot(const Attribute& attribute) const { return values[attribute.getIndex()]; }
-    Object* childAt(const Attribute& a) const { return slot(a).as<Object>(); }
+    Object* childAt(const Attribute& a) const { return awake(a.getIndex()).as<Object>(); }
     ValueSet* valueSetAt(const Attribute& a) const { return slot(a).as<ValueSet>(); }
     ObjectSet* objectSetAt(const Attribute& a) const { return slot(a).as<ObjectSet>(); }
     ValueSet& neededValueSet(const Attribute& attribute);
@@ -240,10 +260,12 @@ private:
 
     Value* allocateSlots();
     void doInitAttr(const Attribute& attribute);
+    void initChild(const Attribute& attribute);
     void doInitAttr(const Attribute& attribute, const Value& source);
     bool doInitAttrToDefault(const Attribute& attribute, bool full, bool mode);
     bool doSetAttrToDefault(const Attribute& attribute, bool full, bool mode);
     bool applyDefault(const Attribute& attribute);
+    bool setChildToDefault(const Attribute& attribute, bool full, bool mode);
     bool isGiven(const Attribute& attribute) const;
     void doDestroyAttr(const Attribute& attribute);
     void doCloneAttr(const Attribute& attribute, Object& target) const;

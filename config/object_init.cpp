@@ -3,6 +3,8 @@
 #include "config/default.h"
 #include "config/object.h"
 
+#include <memory>
+
 namespace HConfig {
 
 namespace {
@@ -44,7 +46,7 @@ void Object::doInit(const Object* source, bool full) {
     for (const Attribute* attribute = objectClass->attributesBegin();
          attribute != objectClass->attributesEnd(); ++attribute) {
         if (!attribute->hasFlag(skipped) && slot(*attribute).isEmpty()) {
-            doInitAttr(*attribute, source->slot(*attribute));
+            doInitAttr(*attribute, source->getValue(attribute->getIndex()));
         }
     }
 }
@@ -55,8 +57,7 @@ void Object::doInitAttr(const Attribute& attribute) {
         attribute.getHandler().opInit(slot(attribute), Value());
         break;
     case KIND_OBJECT:
-        slot(attribute) =
-            Value(static_cast<const void*>(newChildObjectInstance(attribute.getIndex())));
+        initChild(attribute);
         break;
     case KIND_VALUE_SET:
         neededValueSet(attribute);
@@ -64,6 +65,33 @@ void Object::doInitAttr(const Attribute& attribute) {
     case KIND_OBJECT_SET:
         neededObjectSet(attribute);
         break;
+    }
+}
+
+void Object::initChild(const Attribute& attribute) {
+    const ObjectClass* childClass = attribute.getObjectClass();
+    if (childClass != nullptr && childClass->isTimeless()) {
+        slot(attribute) = ASLEEP_FRESH;
+    } else {
+        slot(attribute) =
+            Value(static_cast<const void*>(newChildObjectInstance(attribute.getIndex())));
+    }
+}
+
+// Makes a child that is asleep. Readers may do so at once: one of their children stays.
+void Object::wake(unsigned index) const {
+    const std::atomic_ref<Value> place(values[index]);
+    Value asleep = place.load(std::memory_order_acquire);
+    if (!asleep.isMark()) {
+        return;
+    }
+    std::unique_ptr<Object> child(newChildObjectInstance(index));
+    if (child != nullptr && asleep == ASLEEP_WITH_DEFAULTS) {
+        child->doSetToDefault(true, true);
+    }
+    if (place.compare_exchange_strong(asleep, Value(static_cast<const void*>(child.get())),
+                                      std::memory_order_acq_rel)) {
+        child.release();
     }
 }
 
@@ -132,6 +160,14 @@ bool Object::doInitAttrToDefault(const Attribute& attribute, bool full, bool mod
     if (applyDefault(attribute) || attribute.getKind() != KIND_OBJECT) {
         return true;
     }
+    return setChildToDefault(attribute, full, mode);
+}
+
+bool Object::setChildToDefault(const Attribute& attribute, bool full, bool mode) {
+    if (slot(attribute).isMark() && full && mode) {
+        slot(attribute) = ASLEEP_WITH_DEFAULTS;
+        return true;
+    }
     Object* child = childAt(attribute);
     return child == nullptr || child->doSetToDefault(full, mode);
 }
@@ -148,7 +184,7 @@ bool Object::doSetAttrToDefault(const Attribute& attribute, bool full, bool mode
         }
         return true;
     case KIND_OBJECT:
-        return applyDefault(attribute) || childAt(attribute)->doSetToDefault(full, mode);
+        return applyDefault(attribute) || setChildToDefault(attribute, full, mode);
     case KIND_VALUE_SET:
         valueSetAt(attribute)->removeAllValues();
         break;
@@ -244,7 +280,9 @@ void Object::doDestroyAttr(const Attribute& attribute) {
         attribute.getHandler().opDestroy(slot(attribute));
         break;
     case KIND_OBJECT:
-        delete childAt(attribute);
+        if (!slot(attribute).isMark()) {
+            delete childAt(attribute);
+        }
         break;
     case KIND_VALUE_SET:
         delete valueSetAt(attribute);

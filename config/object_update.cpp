@@ -92,11 +92,11 @@ void Object::doCloneAttr(const Attribute& attribute, Object& target) const {
         break;
     case KIND_OBJECT:
         if (!from.isEmpty()) {
-            Object* child = to.as<Object>();
+            Object* child = target.childAt(attribute);
             childAt(attribute)->clone(child, true);
             to = Value(static_cast<const void*>(child));
         } else if (!to.isEmpty()) {
-            to.as<Object>()->setToDefault(true);
+            target.childAt(attribute)->setToDefault(true);
         }
         break;
     case KIND_VALUE_SET:

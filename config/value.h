@@ -20,6 +20,16 @@ public:
     explicit Value(const void* pointer) : bits(reinterpret_cast<std::uintptr_t>(pointer)) {}
 
     constexpr bool isEmpty() const { return bits == 0; }
+
+    // Marks are slots that no value of any type has: no number fills the upper half and no object
+    // lies there. Requires: mark < 256.
+    static constexpr Value ofMark(unsigned mark) {
+        Value value;
+        value.bits = FIRST_MARK + mark;
+        return value;
+    }
+    constexpr bool isMark() const { return bits >= FIRST_MARK; }
+
     constexpr std::uint32_t asUnsigned() const { return static_cast<std::uint32_t>(bits); }
     constexpr std::int32_t asInt() const { return static_cast<std::int32_t>(asUnsigned()); }
     // Null for an empty slot.
@@ -32,6 +42,8 @@ public:
     friend constexpr bool operator==(const Value&, const Value&) = default;
 
 private:
+    static constexpr std::uint64_t FIRST_MARK = ~std::uint64_t{0xFF};
+
     std::uint64_t bits = 0;
 };
 

@@ -3,8 +3,10 @@
 #include "common/error.h"
 #include "tests/config/test_schema.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string>
+#include <thread>
 #include <vector>
 
 using namespace HConfig;
@@ -285,6 +287,51 @@ TEST_F(ObjectsTest, ChildrenOnDemand) {
     EXPECT_EQ(std::unique_ptr<Object>(root->newChildObjectInstance(LAZY))->getObjectClass(),
               &classOf(PAIR));
     EXPECT_EQ(root->newChildObjectInstance(TAGS), nullptr);
+}
+
+// A child that can wait is made when it is looked at, in the state that it would be in by then.
+TEST_F(ObjectsTest, IdleChildrenAreMadeWhenLookedAt) {
+    EXPECT_TRUE(classOf(IDLE_ROW).isTimeless());
+    EXPECT_FALSE(classOf(LEAF).isTimeless()) << "a required name";
+    EXPECT_FALSE(classOf(ROOT).isTimeless()) << "a date";
+    const Object* fresh = root->getValue(IDLE).as<Object>();
+    ASSERT_NE(fresh, nullptr);
+    EXPECT_EQ(fresh->getValue(IDLE_LEVEL).asUnsigned(), 0u);
+    EXPECT_STREQ(fresh->getValue(IDLE_NOTE).asText(), "");
+    EXPECT_EQ(root->getChildObject(IDLE), fresh);
+
+    const auto defaulted = make(ROOT);
+    defaulted->setAllToDefault();
+    const auto copy = make(ROOT);
+    Object* target = copy.get();
+    defaulted->clone(target, true);
+    for (const Object* object : {defaulted.get(), copy.get()}) {
+        EXPECT_EQ(object->getChildObject(IDLE)->getValue(IDLE_LEVEL).asUnsigned(), 15u);
+        EXPECT_STREQ(object->getChildObject(IDLE)->getValue(IDLE_NOTE).asText(), "a note");
+    }
+    const auto replaced = make(ROOT);
+    EXPECT_EQ(replaced->fastSetChildObject(IDLE, make(IDLE_ROW).release()), 0);
+    EXPECT_FALSE(replaced->isEqual(defaulted.get(), true));
+    EXPECT_TRUE(defaulted->getChildObject(IDLE)->isEqual(copy->getChildObject(IDLE), true));
+    replaced->getChildObject(IDLE)->setValue(IDLE_LEVEL, Value(3u));
+    replaced->setAllToDefault();
+    EXPECT_EQ(replaced->getChildObject(IDLE)->getValue(IDLE_LEVEL).asUnsigned(), 15u);
+}
+
+TEST_F(ObjectsTest, ReadersOfAnIdleChildSeeTheSameOne) {
+    for (int round = 0; round < 50; ++round) {
+        const auto shared = make(ROOT);
+        std::vector<const Object*> seen(4);
+        std::vector<std::thread> readers;
+        for (const Object*& mine : seen) {
+            readers.emplace_back([&mine, &shared] { mine = shared->getChildObject(IDLE); });
+        }
+        for (std::thread& reader : readers) {
+            reader.join();
+        }
+        ASSERT_NE(seen[0], nullptr);
+        ASSERT_EQ(std::count(seen.begin(), seen.end(), seen[0]), 4);
+    }
 }
 
 TEST_F(ObjectsTest, CopiesByInit) {

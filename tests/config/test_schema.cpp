@@ -32,10 +32,12 @@ enum Definitions : std::uint16_t {
     D_KEY_A,
     D_KEY_B,
     D_NO_CLASS,
+    D_IDLE,
 };
 
 constexpr std::uint16_t LEAF_UID = 11;
 constexpr std::uint16_t PAIR_UID = 21;
+constexpr std::uint16_t IDLE_UID = 22;
 
 constexpr AttributeDefinition DEFINITIONS[] = {
     {KIND_VALUE, 1, "name", TYPE_STRING, FLAG_REQUIRED | FLAG_KEY},
@@ -70,6 +72,7 @@ constexpr AttributeDefinition DEFINITIONS[] = {
     {KIND_VALUE, 50, "a", TYPE_UNSIGNED_INT, FLAG_KEY},
     {KIND_VALUE, 51, "b", TYPE_UNSIGNED_INT, FLAG_KEY},
     {KIND_OBJECT, 52, "noClass", 999, 0},
+    {KIND_OBJECT, 44, "idle", IDLE_UID, 0},
 };
 
 constexpr ConstraintParamValue CONSTRAINT_PARAMS[] = {
@@ -138,19 +141,20 @@ constexpr AttributeDesc ATTRIBUTES[] = {
     withDefault(D_ADDRESS, DEFAULT_INET_SOCK_ADDR_CONSTANT, 3),
     interval(D_REFUSED_DEFAULT, 4, 4),
     plain(D_INTERNAL_NUMBER),
-    // Pair, from 31
+    plain(D_IDLE),
+    // Pair, from 32
     plain(D_KEY_A),
     plain(D_KEY_B),
     plain(D_NOTE),
-    // Domain, from 34
+    // Domain, from 35
     constrained(D_NAME, CONSTRAINT_DOMAIN_NAME),
     constrained(D_TAGS, CONSTRAINT_DOMAIN_NAME),
     constrained(D_SHORT_TEXT, CONSTRAINT_DOMAIN_NAME),
-    // User, from 37
+    // User, from 38
     constrained(D_NAME, CONSTRAINT_USER_RCPT_NAME),
     constrained(D_TAGS, CONSTRAINT_USER_RCPT_NAME),
     constrained(D_SHORT_TEXT, CONSTRAINT_USER_RCPT_NAME),
-    // Maillist, from 40: names at 0, 14, 15, 16
+    // Maillist, from 41: names at 0, 14, 15, 16
     constrained(D_NAME, CONSTRAINT_MAILLIST_RCPT_NAME),
     plain(D_LEVEL),
     plain(D_LEVEL),
@@ -168,20 +172,24 @@ constexpr AttributeDesc ATTRIBUTES[] = {
     constrained(D_SHORT_TEXT, CONSTRAINT_MAILLIST_RCPT_NAME),
     constrained(D_SHORT_TEXT, CONSTRAINT_MAILLIST_RCPT_NAME),
     constrained(D_SHORT_TEXT, CONSTRAINT_MAILLIST_RCPT_NAME),
-    // Orphan, from 57
+    // Orphan, from 58
     plain(D_NO_CLASS),
     constrained(D_SHORT_TEXT, CONSTRAINT_LDAP_URI),
+    // Idle, from 60
+    interval(D_LEVEL, 0, 0),
+    withDefault(D_NOTE, DEFAULT_STRING_CONSTANT, 2),
 };
 
 constexpr ObjectClassDesc CLASSES[] = {
     {10, "Base", CLASS_ABSTRACT, 0, 0, BASE_COUNT, nullptr},
     {LEAF_UID, "Leaf", 0, 10, 2, LEAF_COUNT, make<LEAF>},
     {20, "Root", 1, 0, 5, ROOT_COUNT, make<ROOT>},
-    {PAIR_UID, "Pair", 0, 0, 31, 3, make<PAIR>},
-    {128, "Domain", 0, 0, 34, 3, make<DOMAIN_ROW>},
-    {135, "User", 0, 0, 37, 3, make<USER>},
-    {132, "Maillist", 0, 0, 40, 17, make<MAILLIST>},
-    {771, "Orphan", 0, 998, 57, 2, make<ORPHAN>},
+    {PAIR_UID, "Pair", 0, 0, 32, 3, make<PAIR>},
+    {128, "Domain", 0, 0, 35, 3, make<DOMAIN_ROW>},
+    {135, "User", 0, 0, 38, 3, make<USER>},
+    {132, "Maillist", 0, 0, 41, 17, make<MAILLIST>},
+    {771, "Orphan", 0, 998, 58, 2, make<ORPHAN>},
+    {IDLE_UID, "Idle", 0, 0, 60, 2, make<IDLE_ROW>},
 };
 
 constexpr ChoiceDesc CHOICES[] = {

@@ -14,7 +14,7 @@
 
 namespace testschema {
 
-enum Rows : unsigned { BASE, LEAF, ROOT, PAIR, DOMAIN_ROW, USER, MAILLIST, ORPHAN, ROWS };
+enum Rows : unsigned { BASE, LEAF, ROOT, PAIR, DOMAIN_ROW, USER, MAILLIST, ORPHAN, IDLE_ROW, ROWS };
 
 // Attributes of Base and Leaf.
 enum : unsigned { NAME, LEVEL, NOTE, BASE_COUNT = 2, LEAF_COUNT = 3 };
@@ -36,11 +36,15 @@ enum RootAttributes : unsigned {
     ADDRESS,
     REFUSED_DEFAULT,
     INTERNAL_NUMBER,
+    IDLE, // a child that can wait until it is looked at
     ROOT_COUNT,
 };
 
 // Attributes of Pair: two keys and a text.
 enum : unsigned { PAIR_A, PAIR_B, PAIR_TEXT };
+
+// Attributes of Idle.
+enum : unsigned { IDLE_LEVEL, IDLE_NOTE };
 
 extern const HConfig::ConfigDesc SCHEMA;
 

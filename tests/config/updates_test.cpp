@@ -185,7 +185,7 @@ TEST_F(UpdatesTest, ARecursiveUpdateTellsItselfFirst) {
     EXPECT_TRUE(root.isEqual(source.get(), true));
     root.update(true);
     EXPECT_EQ(recorder.heard(), "update 0 1 2 3 4 5 6 7 8 9 10 11 12 14 15 16 17 19 20 21 22 23 "
-                                "24 25 new; child 13: 0 1 2; add 18; add 18; ");
+                                "24 25 26 new; child 13: 0 1 2; add 18; add 18; ");
     root.enableCallback(false);
     source->setValue(TYPE_INT, Value(1));
     EXPECT_TRUE(root.update(source.get(), true));
