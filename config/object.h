@@ -208,8 +208,16 @@ public:
     // for a slot that is filled, and the caller keeps its child then.
     void doInitAttrOnDemand(const Attribute& attribute, Object* child, bool withDefault);
 
-    // Gives all attributes their defaults but checks those that have to be given: see the table
-    // at the implementation for what `first` and `second` choose. Whether all is well.
+    // Gives all attributes their defaults, those made on demand included, but only checks those
+    // that have to be given: a VALUE against its constraint, any other kind for being there. An
+    // attribute without a default keeps its value, and gets its empty form where it had none; sets
+    // are emptied. Whether all is well.
+    //
+    //  first  second   with a life of their own   have to be given    on a failure
+    //  false  false    treated                    REQUIRED            goes on
+    //  true   false    left out                   REQUIRED            goes on
+    //  false  true     left out                   REQUIRED or KEY     stops
+    //  true   true     treated                    REQUIRED or KEY     stops
     bool doSetToDefault(bool first, bool second);
     // doSetToDefault(true, true), as 0 or -1.
     int setAllToDefault();

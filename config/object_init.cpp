@@ -203,11 +203,6 @@ bool Object::isGiven(const Attribute& attribute) const {
                                              : !slot(attribute).isEmpty();
 }
 
-//  first  second   with a life of their own   have to be given    on a failure
-//  false  false    treated                    REQUIRED            goes on
-//  true   false    left out                   REQUIRED            goes on
-//  false  true     left out                   REQUIRED or KEY     stops
-//  true   true     treated                    REQUIRED or KEY     stops
 bool Object::doSetToDefault(bool first, bool second) {
     const ObjectClass* objectClass = getObjectClass();
     const std::uint32_t skipped = first == second ? 0U : FLAG_OWN_LIFE;
