@@ -1,5 +1,6 @@
 #include "submit/settings.h"
 
+#include "common/error.h"
 #include "common/thread/thread.h"
 #include "config/classes.h"
 #include "config/text_loader.h"
@@ -71,7 +72,12 @@ int loadConfig(GetArgs* args) {
     HConfig::Server server;
     server.doInit(false, true);
     HConfig::Object* root = &server;
-    const HConfig::Object* processing = loader.load(root) == -1 ? nullptr : processingOf(server);
+    const int result = loader.load(root);
+    if (result > 0) {
+        // Nested deeper than the parser's stack: what was read of it may name another queue.
+        Thread::setLastError(HE_DEPTH);
+    }
+    const HConfig::Object* processing = result != 0 ? nullptr : processingOf(server);
     if (processing == nullptr) {
         report("Transaction aborted: cannot load configuration from '%s' (%s)", path.get(),
                Thread::getErrorMessage());

@@ -93,16 +93,23 @@ TEST(Failure, InvalidRecipientsAloneAreNoRecipients) {
 }
 
 TEST(Failure, BadConfigurationEndsBeforeTheQueue) {
-    Desk desk;
-    support::writeFile(desk.path("run/morvex.cfg"), "Server {\n primaryDomain = = }\n");
-    const Outcome run = desk.run({"r@x.org"});
-    EXPECT_EQ(run.exitCode, 78);
-    const std::string text = "Transaction aborted: cannot load configuration from '" +
-                             desk.path("run/morvex.cfg") + "' (";
-    EXPECT_TRUE(run.err.starts_with(text)) << run.err;
-    EXPECT_TRUE(run.err.ends_with(")\n")) << run.err;
-    EXPECT_TRUE(contains(run.log, errorLine(run.err.substr(0, run.err.size() - 1))));
-    EXPECT_FALSE(fs::exists(desk.queue("")));
+    std::string deep = "Server { processing = { queuePath = \"elsewhere\" }";
+    for (int i = 0; i < 100; ++i) {
+        deep += " a = {";
+    }
+    for (const std::string& content : {std::string("Server {\n primaryDomain = = }\n"), deep}) {
+        Desk desk;
+        support::writeFile(desk.path("run/morvex.cfg"), content);
+        const Outcome run = desk.run({"r@x.org"});
+        EXPECT_EQ(run.exitCode, 78);
+        const std::string text = "Transaction aborted: cannot load configuration from '" +
+                                 desk.path("run/morvex.cfg") + "' (";
+        EXPECT_TRUE(run.err.starts_with(text)) << run.err;
+        EXPECT_TRUE(run.err.ends_with(")\n")) << run.err;
+        EXPECT_TRUE(contains(run.log, errorLine(run.err.substr(0, run.err.size() - 1))));
+        EXPECT_FALSE(fs::exists(desk.queue("")));
+        EXPECT_FALSE(fs::exists(desk.path("elsewhere")));
+    }
 }
 
 TEST(Failure, UnusableQueue) {
