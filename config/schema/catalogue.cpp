@@ -48,13 +48,13 @@ struct ClassSource {
 };
 
 // Each class under the name that it has in text files.
-template <ClassUid> constexpr const char* textName = nullptr;
+template <ClassUid> constexpr const char* textName = "";
 #define MORVEX_CLASS_NAME(name, text) template <> constexpr const char* textName<name> = text;
 MORVEX_CONFIG_CLASS_NAMES(MORVEX_CLASS_NAME)
 #undef MORVEX_CLASS_NAME
 
 consteval const char* nameOr(const char* text, const char* name) {
-    return text != nullptr ? text : name;
+    return text[0] != '\0' ? text : name;
 }
 
 constexpr ClassSource CLASS_SOURCES[] = {
@@ -89,6 +89,7 @@ consteval std::size_t sumOfWrittenRows() {
 // Lists of parameters, one behind the other, each distinct list once. A slot keeps number and text
 // side by side, since only one of a slot's two faces can be compared while compiling.
 struct Slot {
+    bool isText = false;
     std::uint32_t number = 0;
     const char* text = nullptr;
 };
@@ -104,7 +105,7 @@ template <std::size_t Capacity> struct SlotPool {
         }
         for (std::size_t first = 0; first + numbers.size() <= size; first++) {
             std::size_t same = 0;
-            while (same < numbers.size() && slots[first + same].text == nullptr &&
+            while (same < numbers.size() && !slots[first + same].isText &&
                    slots[first + same].number == numbers[same]) {
                 same++;
             }
@@ -120,6 +121,7 @@ template <std::size_t Capacity> struct SlotPool {
     }
 
     constexpr std::uint16_t placeText(const char* text) {
+        slots[size].isText = true;
         slots[size].text = text;
         return static_cast<std::uint16_t>(size++);
     }
@@ -175,8 +177,8 @@ constexpr AttributeDesc packDetails(Packed& packed, const Row& row, std::uint16_
         constraint.id,
         packed.constraints.place({constraint.params, constraint.paramCount}),
         fallback.id,
-        fallback.text != nullptr ? packed.defaults.placeText(fallback.text)
-                                 : packed.defaults.place({fallback.numbers, fallback.numberCount}),
+        fallback.isText ? packed.defaults.placeText(fallback.text)
+                        : packed.defaults.place({fallback.numbers, fallback.numberCount}),
         row.maxCount,
     };
 }
@@ -285,7 +287,7 @@ constexpr auto CONSTRAINT_PARAMS =
     constraintParams(std::make_index_sequence<PACKED.constraints.size>());
 
 consteval DefaultParamValue defaultParam(const Slot& slot) {
-    return slot.text != nullptr ? DefaultParamValue(slot.text) : DefaultParamValue(slot.number);
+    return slot.isText ? DefaultParamValue(slot.text) : DefaultParamValue(slot.number);
 }
 template <std::size_t... I>
 consteval std::array<DefaultParamValue, sizeof...(I)> defaultParams(std::index_sequence<I...>) {

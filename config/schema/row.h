@@ -129,11 +129,13 @@ struct Default {
     std::uint16_t id = DEFAULT_NONE;
     std::uint8_t numberCount = 0;
     std::uint32_t numbers[7] = {};
+    bool isText = false;
     const char* text = nullptr; // the one parameter of a default that takes a text
 
     consteval Default() = default;
     consteval Default(DefaultIds defaultId) : id(defaultId) {}
-    consteval Default(DefaultIds defaultId, const char* value) : id(defaultId), text(value) {}
+    consteval Default(DefaultIds defaultId, const char* value)
+        : id(defaultId), isText(true), text(value) {}
     template <class... Numbers>
     consteval Default(DefaultIds defaultId, std::uint32_t first, Numbers... more)
         : id(defaultId), numberCount(1 + sizeof...(Numbers)), numbers{first, more...} {}
