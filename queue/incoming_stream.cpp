@@ -90,6 +90,7 @@ int IncomingStream::write(const void* data, int size) {
         return -1;
     }
     if (sizeLeft < 0 || size <= 0) {
+        overflowed = overflowed || size > 0;
         return size;
     }
     const unsigned char* const bytes = static_cast<const unsigned char*>(data);
@@ -352,6 +353,7 @@ int IncomingStream::resetStream() {
     receivedCount = -1;
     headerSize = 0;
     sizeLeft = noSizeLimit;
+    overflowed = false;
     crc = 0;
     return 0;
 }

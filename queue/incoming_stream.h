@@ -67,6 +67,10 @@ public:
     // limit bytes are dropped and reported as taken. HE_INVALOP while a header hook is at work.
     int write(const void* data, int size) override;
 
+    // Whether bytes were dropped at the size limit: the stored message is cut then. Without a limit
+    // of its own a stream takes 2 GiB.
+    bool isOverflowed() const { return overflowed; }
+
     // Empties the write buffer into the file; reaches the disk only where File::syncEnabled says
     // so.
     int flush() override;
@@ -116,6 +120,8 @@ public:
     bool computeCRC = false;            // keep `crc`
 
 private:
+    bool overflowed = false; // see isOverflowed
+
     int store(const void* data, int size);
     int scanHeaders(const unsigned char* data, int size);
     void scanByte(unsigned char byte);

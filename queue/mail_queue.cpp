@@ -36,7 +36,7 @@ void destroyLock(CriticalSection* lock, void*) {
 MailQueue::MailQueue(MailShepherd* partner)
     : items(new RBTree(destroyItem)), unboundIds(unboundIdsOrder), lock(0), shepherd(partner),
       freeLocks(freeLocksOrder, destroyLock), queueSize(0), pathBuffer(new char[FileNames::room]()),
-      prefixLength(0), lastEntry(-1), authToken(nullptr), markerError(0) {
+      prefixLength(0), lastEntry(-1), authToken(nullptr), markerError(0), handedOver(false) {
 }
 
 MailQueue::~MailQueue() {
@@ -166,6 +166,7 @@ int MailQueue::endData(MailItem*& item, SourceTypes source, IncomingStream* stre
     if (item == nullptr) {
         return 0;
     }
+    handedOver = false;
     File marker;
     const int sizeChange = item->endData(this, source, stream);
     if (sizeChange == -1) {
@@ -192,9 +193,14 @@ int MailQueue::endData(MailItem*& item, SourceTypes source, IncomingStream* stre
     return 0;
 }
 
-// The hand-over: both files of the mail are complete and closed by now.
+// The hand-over: both files of the mail are complete and closed by now. The flag goes up first: if
+// the process dies behind the system call, a handler must not take the mail from the server.
 void MailQueue::makeMarker(File& marker) {
+    handedOver = true;
     const unsigned error = marker.open(O_RDWR | O_CREAT) == 0 ? 0 : Thread::getLastError();
+    if (error != 0) {
+        handedOver = false;
+    }
     {
         Locker locked(lock);
         markerError = error;

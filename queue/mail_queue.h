@@ -29,6 +29,7 @@
 #include "common/container/hvector.h"
 #include "common/thread/critical_section.h"
 
+#include <atomic>
 #include <cstdint>
 
 class File;
@@ -101,6 +102,11 @@ public:
     // expected to remove it. A null `item` gives 0. `stream` may be null; the caller's reference to
     // it stays the caller's.
     int endData(MailItem*& item, SourceTypes source, IncomingStream* stream);
+
+    // Whether the mail of the latest endData is the server's: its marker stands. True from the
+    // moment that the marker may be there, which is before anything can fail behind its creation,
+    // and false again where it could not be made. One atomic load: safe in a signal handler.
+    bool isHandedOver() const noexcept { return handedOver.load(); }
 
     // What kept the latest endData that made a marker from making it: 0 where it stands. A mail
     // without its marker is complete but will never be looked at by the server; removeMailFiles
@@ -183,6 +189,8 @@ private:
     std::int32_t lastEntry;              // highest entry directory; -1 for none
     char* authToken;                     // owned: first line of the token file, or null
     unsigned markerError;                // see getMarkerError; guarded by `lock`
+    std::atomic<bool> handedOver;        // see isHandedOver
+    static_assert(std::atomic<bool>::is_always_lock_free);
 };
 
 #endif

@@ -220,12 +220,15 @@ TEST_F(Incoming, dropsWhatGoesBeyondTheLimit) {
     make()->sizeLeft = 3;
     EXPECT_EQ(4, put("abcd")); // the test is made before the write
     EXPECT_EQ(-1, stream->sizeLeft);
-    EXPECT_EQ(4, put("efgh"));
     EXPECT_EQ(0, put(""));
+    EXPECT_FALSE(stream->isOverflowed()); // all there so far
+    EXPECT_EQ(4, put("efgh"));
+    EXPECT_TRUE(stream->isOverflowed());
     EXPECT_EQ(0, stream->flush());
     EXPECT_EQ(4, stream->getSize());
     EXPECT_FALSE(stream->nonASCII);
     EXPECT_EQ(0, stream->resetStream());
+    EXPECT_FALSE(stream->isOverflowed());
     EXPECT_TRUE(putAll("\x80"));
     EXPECT_TRUE(stream->nonASCII);
 }

@@ -258,12 +258,24 @@ TEST_F(Lifecycle, tellsOfAMarkerThatCouldNotBeMade) {
     fs::remove(root + "/locals");
     const int lost = submit(queue); // the result is 0 all the same
     EXPECT_EQ(HE_NOENT, queue.getMarkerError());
+    EXPECT_FALSE(queue.isHandedOver());
     EXPECT_EQ(HE_NOENT, Thread::getLastError());
     queue.removeMailFiles(lost);
     EXPECT_TRUE(mailFiles().empty());
     fs::create_directory(root + "/locals");
     submit(queue);
     EXPECT_EQ(0U, queue.getMarkerError());
+    EXPECT_TRUE(queue.isHandedOver());
+    IncomingStream* stream = nullptr;
+    MailItem* item = fill(queue, {"a@x"}, "x", stream);
+    EXPECT_TRUE(queue.isHandedOver()); // still the mail before
+    fs::remove(dataPath(item->getId()));
+    EXPECT_EQ(-1, queue.endData(item, MailQueue::SourceLocal, stream));
+    EXPECT_FALSE(queue.isHandedOver());
+    queue.removeMail(item);
+    Stream::release(stream);
+    submit(queue, {"a@b"}, "x", MailQueue::SourceRaw); // has no marker
+    EXPECT_FALSE(queue.isHandedOver());
 }
 
 TEST_F(Lifecycle, bindsFromTheDiskAndTellsBadFiles) {
