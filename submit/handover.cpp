@@ -1,6 +1,7 @@
 #include "submit/handover.h"
 
 #include "common/aptr.h"
+#include "common/error.h"
 #include "common/stream/file.h"
 #include "common/thread/thread.h"
 #include "message/mail_msg.h"
@@ -95,6 +96,11 @@ int storeAndHandOver(MailMsg& message, const StandardInput& input) {
     aptr<Stream> guard(stream);
     if (message.writeAll(*stream, true) == -1) {
         const int result = reportUnwritten(path, Thread::getLastError());
+        mq->removeMail(mi);
+        return result;
+    }
+    if (stream->isOverflowed()) {
+        const int result = reportUnwritten(path, HE_FBIG);
         mq->removeMail(mi);
         return result;
     }

@@ -1,6 +1,7 @@
 #include "submit/process.h"
 
 #include "queue/mail_queue.h"
+#include "submit/handler_log.h"
 #include "submit/interrupt.h"
 #include "submit/report.h"
 #include "submit/state.h"
@@ -8,10 +9,12 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sysexits.h>
+#include <syslog.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <exception>
+#include <string_view>
 
 namespace {
 
@@ -31,10 +34,26 @@ void occupyStandardDescriptors() {
     }
 }
 
+// Leaves no file of a mail in progress. A mail whose marker stands is the server's: then the run
+// has done its work, whatever goes wrong behind that.
+void giveUpMail() {
+    if (mq == nullptr) {
+        return;
+    }
+    if (mq->isHandedOver()) {
+        ::_exit(EX_OK);
+    }
+    if (mailId != noMailId) {
+        mq->removeMailFiles(static_cast<int>(mailId));
+    }
+}
+
+// An exception that nobody caught, of which the only one in a working system is a lack of memory.
 [[noreturn]] void abandon() {
     ignoreInterrupt();
+    giveUpMail();
     const char* reason = "unknown failure";
-    std::exception_ptr pending = std::current_exception();
+    const std::exception_ptr pending = std::current_exception();
     try {
         if (pending) {
             std::rethrow_exception(pending);
@@ -43,11 +62,17 @@ void occupyStandardDescriptors() {
         reason = failure.what();
     } catch (...) {
     }
-    if (mq != nullptr && mailId != noMailId) {
-        mq->removeMailFiles(static_cast<int>(mailId));
-    }
     report("Transaction aborted: %s", reason);
     ::_exit(EX_TEMPFAIL);
+}
+
+// An internal check, such as a close that the system refuses.
+[[noreturn]] void aborted(int) {
+    constexpr std::string_view text = "Transaction aborted: an internal check failed";
+    giveUpMail();
+    writeFromHandler(STDERR_FILENO, text);
+    logFromHandler(LOG_ERR, text);
+    ::_exit(EX_IOERR);
 }
 
 } // namespace
@@ -56,5 +81,6 @@ void guardProcess() {
     occupyStandardDescriptors();
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
+    std::signal(SIGABRT, aborted);
     std::set_terminate(abandon);
 }

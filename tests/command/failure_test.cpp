@@ -156,7 +156,7 @@ TEST(Failure, FailingCallsLeaveNoMail) {
         {"open:.mql_auth:0:13", 74, "cannot find/create a queue in %Q (", "Permission denied"},
         {"open:/S:0:13", 75, "cannot create a new mail in queue '%Q' (",
          "No such file or directory"},
-        {"open:/D:1:28", 74, "cannot write to email file in queue '%Q/", "No space left on device"},
+        {"open:/D:1:28", 74, "cannot write to email file in queue 'unknown' (", "No space left on device"},
         {"write:/D:1:28", 74, "cannot write email message in queue '%Q/",
          "No space left on device"},
         {"write:/D:2:5", 74, "cannot write email message in queue '%Q/", "Input/output error"},

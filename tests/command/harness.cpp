@@ -77,41 +77,63 @@ Desk::Desk() {
 }
 
 Outcome Desk::run(const std::vector<std::string>& arguments) {
-    std::vector<std::string> all = {"-W", path("")};
-    all[1].pop_back();
-    all.insert(all.end(), arguments.begin(), arguments.end());
-    return runPlain(all);
+    return runChild(child(arguments));
 }
 
 Outcome Desk::runPlain(const std::vector<std::string>& arguments) {
+    return runChild(plainChild(arguments));
+}
+
+Outcome Desk::runChild(const std::function<void()>& body) {
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        body();
+        ::_exit(126);
+    }
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    return collect(WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status));
+}
+
+std::function<void()> Desk::child(const std::vector<std::string>& arguments) {
+    std::vector<std::string> all = {"-W", path("")};
+    all[1].pop_back();
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    return plainChild(all);
+}
+
+std::function<void()> Desk::plainChild(const std::vector<std::string>& arguments) {
     support::writeFile(path("stdin"), input);
     fs::remove(path("log"));
-    std::vector<std::string> texts = {"postdock"};
-    texts.insert(texts.end(), arguments.begin(), arguments.end());
-    std::vector<char*> argv;
-    for (std::string& text : texts) {
-        argv.push_back(text.data());
-    }
-    argv.push_back(nullptr);
-
-    const pid_t child = ::fork();
-    if (child == 0) {
+    return [this, arguments] {
+        std::vector<std::string> texts = {"postdock"};
+        texts.insert(texts.end(), arguments.begin(), arguments.end());
+        std::vector<char*> argv;
+        for (std::string& text : texts) {
+            argv.push_back(text.data());
+        }
+        argv.push_back(nullptr);
         redirect(0, path("stdin"), O_RDONLY);
         redirect(1, path("stdout"), O_WRONLY | O_CREAT | O_TRUNC);
         redirect(2, path("stderr"), O_WRONLY | O_CREAT | O_TRUNC);
-        ::setenv("LD_PRELOAD", LOG_SHIM, 1);
+        if (preload) {
+            ::setenv("LD_PRELOAD", LOG_SHIM, 1);
+            ::setenv("MORVEX_TEST_LOG", path("log").c_str(), 1);
+        }
         ::setenv("ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0", 1);
-        ::setenv("MORVEX_TEST_LOG", path("log").c_str(), 1);
         for (const auto& [name, value] : environment) {
             ::setenv(name.c_str(), value.c_str(), 1);
         }
+        if (limits) {
+            limits();
+        }
         ::execv(POSTDOCK_BINARY, argv.data());
-        ::_exit(127);
-    }
-    int status = 0;
-    ::waitpid(child, &status, 0);
+    };
+}
+
+Outcome Desk::collect(int exitCode) {
     Outcome run;
-    run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    run.exitCode = exitCode;
     run.out = support::readFile(path("stdout"));
     run.err = support::readFile(path("stderr"));
     std::istringstream lines(support::readFile(path("log")));

@@ -6,6 +6,7 @@
 #include "tests/support/temp_dir.h"
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <string_view>
@@ -45,6 +46,14 @@ public:
     // Runs postdock with just these arguments, standard input from a file of `input`.
     Outcome runPlain(const std::vector<std::string>& arguments);
 
+    // run in two halves, for those who start the process themselves: what a forked child does (it
+    // ends in an exec of "postdock -W DIR arguments..."), and what the run left.
+    std::function<void()> child(const std::vector<std::string>& arguments);
+    Outcome collect(int exitCode);
+
+    bool preload = true;          // whether the preloaded library is there
+    std::function<void()> limits; // called by the child right before its exec
+
     std::string path(std::string_view name) const { return dir / name; }
     std::string queue(std::string_view name) const { return dir / ("queue/" + std::string(name)); }
 
@@ -59,6 +68,9 @@ public:
     std::string data() const;
 
 private:
+    Outcome runChild(const std::function<void()>& body);
+    std::function<void()> plainChild(const std::vector<std::string>& arguments);
+
     support::TempDir dir;
 };
 
