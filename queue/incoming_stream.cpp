@@ -85,7 +85,7 @@ int IncomingStream::read(void* buffer, int size) {
 }
 
 int IncomingStream::write(const void* data, int size) {
-    if (headerState == HeadersEnd) {
+    if (headerState == HeadersEnd || tailState >= TailClosed) {
         Thread::setLastError(HE_INVALOP);
         return -1;
     }

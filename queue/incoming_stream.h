@@ -64,7 +64,8 @@ public:
     int read(void* buffer, int size) override;
 
     // Bytes taken, which may be fewer than `size` (Stream::writeAll goes on), or -1. Past the size
-    // limit bytes are dropped and reported as taken. HE_INVALOP while a header hook is at work.
+    // limit bytes are dropped and reported as taken. HE_INVALOP while a header hook is at work, and
+    // after close until resetStream.
     int write(const void* data, int size) override;
 
     // Whether bytes were dropped at the size limit: the stored message is cut then. Without a limit

@@ -190,6 +190,7 @@ IncomingStream* MailItem::endRCPT(MailQueue* queue) {
     if (getState() != ADD_RCPTS) {
         return nullptr;
     }
+    dropRecord(); // a loaded mail in this state has one
     versionSlots = firstVersionSlots;
     record = new unsigned char[Format::recordBytes(versionSlots, rcptCount)]();
     setField(Format::rcptCount, rcptCount);
@@ -224,10 +225,10 @@ int MailItem::endData(MailQueue* queue, MailQueue::SourceTypes source, IncomingS
         return -1;
     }
     const std::uint32_t received = source == MailQueue::SourceRaw ? RAW_RECEIVED : RECEIVED;
-    record[Format::stateWord] = static_cast<unsigned char>(received);
-    if (source == MailQueue::SourceLocal) {
-        setField(Format::stateWord, getField(Format::stateWord) | Format::sourceFlag);
-    }
+    const std::uint32_t flags =
+        getField(Format::stateWord) & ~(Format::stateMask | Format::sourceFlag);
+    setField(Format::stateWord,
+             flags | received | (source == MailQueue::SourceLocal ? Format::sourceFlag : 0));
     setField(Format::rcptCount, rcptCount);
     setField(Format::originalRCPTCount, rcptCount);
     if (finishData(source, stream) == -1) {
@@ -238,11 +239,11 @@ int MailItem::endData(MailQueue* queue, MailQueue::SourceTypes source, IncomingS
         return 0;
     }
     int sizeChange = 0;
-    if (saveToFile(&sizeChange) == -1 || stateFile->flush() == -1) {
+    if (saveToFile(&sizeChange) == -1) {
         return -1;
     }
-    if (!filesAreThere(queue)) {
-        Thread::setLastError(HE_NOENT);
+    if (stateFile->flush() == -1 || !filesAreThere(queue)) {
+        memorySize -= sizeChange; // the queue does not count it
         return -1;
     }
     setState(received);
@@ -274,7 +275,11 @@ bool MailItem::filesAreThere(MailQueue* queue) {
         inQueue.rename(queue->getStateFileName(id));
         data.rename(queue->getDataFileName(id, 0));
     }
-    return isRegular(inQueue) && isRegular(data);
+    if (isRegular(inQueue) && isRegular(data)) {
+        return true;
+    }
+    Thread::setLastError(HE_NOENT);
+    return false;
 }
 
 int MailItem::removeMail(MailQueue* queue) {

@@ -141,8 +141,9 @@ public:
     int addString(const char* text);
 
     // Parameters: named texts of the mail. A set appends to the table, so an older value stays
-    // there unseen. -1 with HE_INVALOP before endRCPT, HE_FBIG where name and value do not fit a
-    // buffer of 1024 bytes or the table has grown past what the chain's links can name.
+    // there unseen. -1 with HE_INVALOP before endRCPT, HE_INVAL for a null, a name that is empty or
+    // one with a "=", HE_FBIG where name and value do not fit a buffer of 1024 bytes or the table
+    // has grown past what the chain's links can name.
     int setParam(const char* name, const char* value);
     // The value, owned by the mail and valid until it is destroyed or loaded again; null with
     // HE_NOENT where there is none.

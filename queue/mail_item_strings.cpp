@@ -5,6 +5,7 @@
 #include "queue/mail_item.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 namespace {
@@ -76,7 +77,9 @@ bool MailItem::findParam(const char* name, std::size_t length, int& place) const
 }
 
 int MailItem::setParam(const char* name, const char* value) {
-    if (name == nullptr || value == nullptr) {
+    // A name with a "=" could not be told from its value, and an empty one may be too short for a
+    // reader, who would lose the chain behind it.
+    if (name == nullptr || value == nullptr || *name == '\0' || std::strchr(name, '=') != nullptr) {
         Thread::setLastError(HE_INVAL);
         return -1;
     }
@@ -136,14 +139,11 @@ void MailItem::readParams() {
     std::uint32_t index = getField(RecordFormat::paramHead);
     for (int links = 0; links < maxLinks && index >= 1 && index < others; ++links) {
         const char* const text = getLinkedString(index);
-        if (text == nullptr || std::strlen(text) < shortestParam ||
+        if (text == nullptr || ::strnlen(text, shortestParam) < shortestParam ||
             text[paramTextOffset - 1] != ':') {
             return;
         }
-        unsigned previous = 0;
-        if (std::sscanf(text, "%x", &previous) != 1) {
-            previous = 0;
-        }
+        const auto previous = static_cast<std::uint32_t>(std::strtoul(text, nullptr, 16));
         const char* const stored = text + paramTextOffset;
         int place = 0;
         if (const char* end = std::strchr(stored, '=');

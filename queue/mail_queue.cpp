@@ -13,6 +13,7 @@
 #include "queue/random_range.h"
 
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <memory>
 
@@ -64,9 +65,10 @@ MailItem* MailQueue::newMail() {
     std::unique_ptr<Int32Key> key(new Int32Key(item->getId()));
     if (items->insert(key.get(), item) == -1) {
         // Somebody removed the state file of a mail that is still in memory here, and its id came
-        // up again. The new file goes, so that the id is not claimed twice.
+        // up again. The new file goes, so that the id is not claimed twice; what else is there
+        // belongs to the other mail.
         const unsigned error = Thread::getLastError();
-        item->removeMail(this);
+        ::unlink(getStateFileName(item->getId()));
         delete item;
         Thread::setLastError(error);
         return nullptr;

@@ -120,8 +120,8 @@ public:
 
     // Deletes the state file and the first data file of a mail, knowing only its id; whether they
     // exist does not matter. Nothing in memory changes. 0, or -1 with HE_INVALOP with a shepherd.
-    // Safe in a signal handler that interrupted anything but setDirectory: it takes no lock,
-    // allocates nothing, and reads only what setDirectory left.
+    // Safe in a signal handler that interrupted anything but setDirectory and the destructor: it
+    // takes no lock, allocates nothing, and reads only what setDirectory left.
     int removeMailFiles(int id);
 
     // Drops a mail from memory and deletes the object, unless somebody holds it. The bytes taken

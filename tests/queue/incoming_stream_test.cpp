@@ -78,6 +78,7 @@ TEST_F(Incoming, closesWithALineEnd) {
             EXPECT_EQ(leaveTail ? raw : row.stored, content());
             EXPECT_EQ(crcOf(content()), stream->crc);
             EXPECT_EQ(0x7FFFFFFF - static_cast<int>(content().size()), stream->sizeLeft);
+            EXPECT_EQ(-1, put("late"));
             EXPECT_EQ(0, stream->close(false, true)); // nothing is added twice
             EXPECT_EQ(leaveTail ? raw : row.stored, content());
         }
@@ -283,6 +284,8 @@ TEST_F(Incoming, keepsFailingOnceAWriteToTheDiskFailed) {
     EXPECT_EQ(HE_FBIG, Thread::getLastError());
     ASSERT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &old));
     std::signal(SIGXFSZ, handler);
+    EXPECT_EQ(-1, put("more")); // and would make the failure forgotten
+    EXPECT_EQ(HE_INVALOP, Thread::getLastError());
     EXPECT_EQ(-1, stream->close(false, true));
     drop();
     EXPECT_EQ("more than ", content()); // nor is it tried again at the end

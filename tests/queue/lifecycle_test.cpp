@@ -182,10 +182,12 @@ TEST_F(Lifecycle, refusesAnIdThatIsStillInMemory) {
     std::srand(5);
     MailItem* item = queue.newMail();
     fs::remove(statePath(item->getId())); // by somebody else
+    support::writeFile(dataPath(item->getId()), "of the mail in memory");
     std::srand(5);
     EXPECT_EQ(nullptr, queue.newMail());
     EXPECT_EQ(HE_EEXISTS, Thread::getLastError());
     EXPECT_FALSE(fs::exists(statePath(item->getId())));
+    EXPECT_TRUE(fs::exists(dataPath(item->getId())));
     EXPECT_EQ(item, queue.getFirst());
     queue.removeMail(item);
 }
@@ -250,6 +252,7 @@ TEST_F(Lifecycle, refusesToHandOverWhatWasRemoved) {
         ASSERT_NE(nullptr, item);
         queue.removeMail(item);
         Stream::release(stream);
+        EXPECT_EQ(0, queue.getQueueSize()); // it was never counted
     }
     EXPECT_TRUE(mailFiles().empty());
 }

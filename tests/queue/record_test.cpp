@@ -315,6 +315,10 @@ TEST_F(Record, keepsParameters) {
     EXPECT_EQ(-1, item->setParam("n", std::string(1017, 'v').c_str()));
     EXPECT_EQ(HE_FBIG, Thread::getLastError());
     EXPECT_EQ(3U, item->getField(RecordFormat::paramHead));
+    for (const char* name : {"", "a=b"}) {
+        EXPECT_EQ(-1, item->setParam(name, ""));
+        EXPECT_EQ(HE_INVAL, Thread::getLastError());
+    }
     EXPECT_EQ(-1, item->setParam("n", nullptr));
     EXPECT_EQ(-1, item->addString(nullptr));
     EXPECT_EQ(HE_INVAL, Thread::getLastError());
