@@ -114,6 +114,9 @@ public:
     // tells its listener of exactly what changed. With `recursive`, also the parts with a life of
     // their own, after the object itself; children with listeners last, outside the lock. True
     // when the object itself changed.
+    //
+    // Requires, for this and all that brings an object in line with a source: that one of the two
+    // classes is the other or builds on it. The common attributes count then.
     virtual bool update(const Object* source, bool recursive);
     // Announces the object to its listener as changed in all its attributes, in the same order.
     virtual void update(bool recursive);

@@ -44,6 +44,12 @@ bool areEqual(const ObjectSet* a, const ObjectSet* b) {
 unsigned attributeCountOf(const Object& object) {
     return object.getObjectClass()->getAttributeCount();
 }
+
+// Where two objects of different classes meet, one class builds on the other and starts with its
+// attributes.
+unsigned commonCountOf(const Object& a, const Object& b) {
+    return std::min(attributeCountOf(a), attributeCountOf(b));
+}
 } // namespace
 
 // --- Copies -------------------------------------------------------------------------------------
@@ -69,14 +75,14 @@ Object* Object::newClone(bool deep) const {
 }
 
 void Object::cloneAttributes(Object& target, const ObjectMarker* marker, bool deep) const {
-    const unsigned count = std::min(attributeCountOf(*this), attributeCountOf(target));
+    const unsigned count = commonCountOf(*this, target);
     for (unsigned index = 0; index < count; ++index) {
         const Attribute& attribute = attributeAt(index);
         if ((marker != nullptr && !marker->isMarked(index)) ||
             (!deep && attribute.hasFlag(FLAG_OWN_LIFE))) {
             continue;
         }
-        if (attribute.hasFlag(FLAG_ON_DEMAND) && slot(attribute).isEmpty()) {
+        if (attribute.hasFlag(FLAG_ON_DEMAND) && awake(index).isEmpty()) {
             target.doInitAttrOnDemand(attribute, nullptr, false);
         }
         doCloneAttr(attribute, target);
@@ -84,7 +90,7 @@ void Object::cloneAttributes(Object& target, const ObjectMarker* marker, bool de
 }
 
 void Object::doCloneAttr(const Attribute& attribute, Object& target) const {
-    const Value& from = slot(attribute);
+    const Value& from = awake(attribute.getIndex()); // other readers may be waking the child too
     Value& to = target.slot(attribute);
     switch (attribute.getKind()) {
     case KIND_VALUE:
@@ -219,10 +225,10 @@ bool Object::updateAttr(const Attribute& attribute, const Object& source, bool e
 }
 
 bool Object::doUpdate(const Object* source, ObjectCallback* callback, ObjectMarker* outMarker) {
-    const ObjectClass* objectClass = getObjectClass();
-    ObjectMarker marker(objectClass->getAttributeCount());
+    const unsigned count = commonCountOf(*this, *source);
+    ObjectMarker marker(attributeCountOf(*this));
     const std::unique_ptr<Object> oldState(callback != nullptr ? newClone(false) : nullptr);
-    for (unsigned index = 0; index < objectClass->getAttributeCount(); ++index) {
+    for (unsigned index = 0; index < count; ++index) {
         const Attribute& attribute = attributeAt(index);
         if (!attribute.hasFlag(FLAG_OWN_LIFE) && updateAttr(attribute, *source, false)) {
             marker.mark(index);
@@ -240,12 +246,12 @@ bool Object::doUpdate(const Object* source, ObjectCallback* callback, ObjectMark
 // A listener hears of its own object first and of the parts with a life of their own after that.
 bool Object::doRecursiveUpdate(const Object* source, ObjectCallback* callback,
                                AttributeList& deferred) {
-    const ObjectClass* objectClass = getObjectClass();
-    ObjectMarker marker(objectClass->getAttributeCount());
+    const unsigned count = commonCountOf(*this, *source);
+    ObjectMarker marker(attributeCountOf(*this));
     std::unique_ptr<Object> oldState(newClone(false));
     AttributeList children;
     AttributeList sets;
-    for (unsigned index = 0; index < objectClass->getAttributeCount(); ++index) {
+    for (unsigned index = 0; index < count; ++index) {
         const Attribute& attribute = attributeAt(index);
         const bool hasOwnLife = attribute.hasFlag(FLAG_OWN_LIFE);
         if (hasOwnLife && attribute.hasFlag(FLAG_ON_DEMAND)) {
@@ -381,11 +387,11 @@ int Object::persistentUpdateAs(const Object* source, const ObjectMarker* marker,
 
 int Object::doPersistentUpdate(const Object* source, const ObjectMarker* marker,
                                ObjectCallback* callback, Object* oldState, bool deep) {
-    const ObjectClass* objectClass = getObjectClass();
-    ObjectMarker ownMarker(objectClass->getAttributeCount());
+    const unsigned count = commonCountOf(*this, *source);
+    ObjectMarker ownMarker(attributeCountOf(*this));
     AttributeList children;
     AttributeList sets;
-    for (unsigned index = 0; index < objectClass->getAttributeCount(); ++index) {
+    for (unsigned index = 0; index < count; ++index) {
         const Attribute& attribute = attributeAt(index);
         if (marker != nullptr && !marker->isMarked(index)) {
             continue;

@@ -326,6 +326,9 @@ TEST_F(ObjectsTest, ReadersOfAnIdleChildSeeTheSameOne) {
         for (const Object*& mine : seen) {
             readers.emplace_back([&mine, &shared] { mine = shared->getChildObject(IDLE); });
         }
+        Object* copy = nullptr;
+        shared->clone(copy, true);
+        const std::unique_ptr<Object> owned(copy);
         for (std::thread& reader : readers) {
             reader.join();
         }

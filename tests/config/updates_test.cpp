@@ -283,6 +283,25 @@ TEST_F(UpdatesTest, SetsGoAsideAndComeBack) {
     EXPECT_EQ(members.getCount(), 1u);
 }
 
+// The class of a child or member may build on that of the source.
+TEST_F(UpdatesTest, ASourceOfABaseClassGivesTheCommonRows) {
+    RowObject base(BASE);
+    base.doInit(false, true);
+    base.setStringValue(NAME, "base");
+    const auto object = leaf("leaf");
+    object->setStringValue(NOTE, "stays");
+    EXPECT_TRUE(object->doUpdate(&base, nullptr, nullptr));
+    EXPECT_STREQ(object->getValue(NAME).asText(), "base");
+    EXPECT_STREQ(object->getValue(NOTE).asText(), "stays");
+    object->setStringValue(NAME, "leaf");
+    EXPECT_EQ(root.setChildObject(CHILD, object.get(), false), 0);
+    EXPECT_EQ(root.setChildObject(CHILD, &base, true), 0);
+    EXPECT_EQ(recorder.heard(), "child 12: 0; ");
+    EXPECT_STREQ(root.getChildObject(CHILD)->getValue(NOTE).asText(), "stays");
+    EXPECT_TRUE(base.doUpdate(object.get(), nullptr, nullptr));
+    EXPECT_STREQ(base.getValue(NAME).asText(), "leaf");
+}
+
 // A source without a set: a flat update leaves the own one, a recursive one empties it.
 TEST_F(UpdatesTest, ASourceWithoutASet) {
     RowObject bare(ROOT);
