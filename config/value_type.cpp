@@ -381,6 +381,9 @@ int timeToValue(const char* text, Value& slot, const Attribute*) {
 }
 
 int bstringToString(const Value& value, char* buffer, int size, const Attribute*, bool) {
+    if (size <= 0) {
+        return 0;
+    }
     if (value.isEmpty()) {
         buffer[0] = '\0';
     } else {

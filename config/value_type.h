@@ -31,7 +31,7 @@ struct ValueHandler {
 
     // The text form; with `escape` fit to stand between double quotes in a file. -1 when it does
     // not fit `size`, or when a choice has no name. The length for texts, numbers and choices; 0
-    // for the others.
+    // for the others. Bytes that do not fit give an empty text and 0.
     int (*opToString)(const Value& value, char* buffer, int size, const Attribute* attribute,
                       bool escape);
 

@@ -116,6 +116,10 @@ TEST_F(ValuesTest, PrintsOnlyWhatFits) {
         EXPECT_NE(toString(row.type, value, row.size), "-1") << row.text;
         EXPECT_EQ(toString(row.type, value, row.size - 1), "-1") << row.text;
     }
+    for (unsigned type = 0; type < TYPE_COUNT; ++type) {
+        toString(type, root->getValue(type), 0); // no room at all
+        toString(type, Value(), 0, true);
+    }
 }
 
 TEST_F(ValuesTest, EscapesForQuotedValues) {
