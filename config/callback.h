@@ -39,7 +39,8 @@ protected:
 
 // A listener. A result of -1 vetoes what is told about, 0 agrees. While a listener is called its
 // `enabled` flag is off, so that changes it makes itself do not come back to it; the flag is no
-// lock.
+// lock. A listener must leave the set or child alone that it is being told about: the change is
+// still under way.
 class ObjectCallback {
 public:
     virtual bool isEnabled() const { return enabled; }
