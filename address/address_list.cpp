@@ -6,6 +6,8 @@
 #include "common/container/hvector.h"
 #include "message/encoded_word.h"
 
+#include <strings.h>
+
 #include <algorithm>
 #include <cstring>
 #include <memory>
@@ -77,34 +79,41 @@ void AddressList::mergeAddressList(AddressList* other) {
 }
 
 int AddressList::removeMailboxByName(const char* name, int limit) {
-    return removeMailboxes(&Address::findMailboxByName, name, limit);
+    return removeMailboxes(&Mailbox2::fullName, name, limit);
 }
 
 int AddressList::removeMailboxByAddrSpec(const char* addrSpec, int limit) {
-    return removeMailboxes(&Address::findMailboxByAddrSpec, addrSpec, limit);
+    return removeMailboxes(&Mailbox2::addrSpec, addrSpec, limit);
 }
 
-int AddressList::removeMailboxes(Finder finder, const char* text, int limit) {
+// One walk over all mailboxes. To ask a group again and again for its next match would read its
+// first mailboxes anew for each one removed, the square of a long group's length.
+int AddressList::removeMailboxes(Field field, const char* text, int limit) {
+    if (text == nullptr) {
+        return 0;
+    }
+    const std::string wanted = text; // the argument may be a text of a mailbox that goes
     int removed = 0;
     for (int i = 0; i < addresses->size();) {
         Address* entry = entryAt(*addresses, i);
         bool entryStays = true;
-        for (;;) {
+        for (int j = 0; entryStays && j < entry->size();) {
+            const char* present = entry->getMailbox(j)->*field;
+            if (present == nullptr || strcasecmp(present, wanted.c_str()) != 0) {
+                ++j;
+                continue;
+            }
             if (limit > 0 && removed == limit) {
                 return 0;
             }
-            const int index = (entry->*finder)(text);
-            if (index < 0) {
-                break;
-            }
             ++removed;
-            if (!entry->isGroup()) {
+            if (entry->isGroup()) {
+                entry->removeMailbox(j);
+            } else {
                 delete entry;
                 addresses->removeAt(i);
                 entryStays = false;
-                break;
             }
-            entry->removeMailbox(index);
         }
         if (entryStays) {
             ++i;

@@ -26,7 +26,7 @@ public:
     // header: RFC 2822 with its obsolete forms, ASCII only.
     //   maxAddresses   the largest number of mailboxes to deliver, 0 for no limit. Once it is
     //                  reached the parse ends with success, and the rest of the text is not judged.
-    //                  A group is cut to the places left.
+    //                  A group is cut to the places left. A limit below 0 fails the parse.
     //   defaultDomain  what an address without `@` gets as its domain; where it is null, such an
     //                  address fails the parse.
     //   allowNullPath  whether the null address "<>" is accepted.
@@ -34,7 +34,7 @@ public:
     // that does not parse, and for a null one. After -1 the list holds what was complete before the
     // failing point and is best ignored. After success it holds, in the order of the text, a Single
     // for each mailbox and a Group for each group; without a limit a group may be empty.
-    // Requires: text is no text of an entry of this list, which it empties first.
+    // Requires: neither text is one of an entry of this list, which the call empties first.
     int parsePostdock(const char* text, int maxAddresses, const char* defaultDomain,
                       bool allowNullPath);
 
@@ -51,7 +51,8 @@ public:
 
     // Removes the mailboxes whose display name or addr-spec equals the argument, ignoring the case
     // of ASCII letters: at most `limit` of them in the order of the list, or all for a limit of 0
-    // or below. A Single goes with its mailbox; a Group stays, even when emptied. Returns 0.
+    // or below. A Single goes with its mailbox; a Group stays, even when emptied. A null argument
+    // equals none; one that is a text of this list is good. Returns 0.
     int removeMailboxByName(const char* name, int limit);
     int removeMailboxByAddrSpec(const char* addrSpec, int limit);
 
@@ -79,10 +80,10 @@ public:
 
 private:
     using Writer = const char* (Address::*)(std::string&, bool) const;
-    using Finder = int (Address::*)(const char*) const;
+    using Field = char* Mailbox2::*;
 
     const char* writeEntries(bool encode, int maxEntries, Writer writer);
-    int removeMailboxes(Finder finder, const char* text, int limit);
+    int removeMailboxes(Field field, const char* text, int limit);
 
     std::string value;                  // text of the last getAddressListValue or ...Flat
     AddrPostdockFlexer* postdockFlexer; // owned; null until the first parsePostdock

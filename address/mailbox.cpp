@@ -7,7 +7,6 @@
 #include "message/encoded_word.h"
 
 #include <cstring>
-#include <memory>
 
 namespace {
 

@@ -232,6 +232,25 @@ TEST(AddressList, removesAllOrTheFirstFew) {
     }
 }
 
+// A group that is asked anew for each mailbox to remove takes minutes.
+TEST(AddressList, removesFromALongGroupByATextOfItsOwn) {
+    constexpr int Half = 100000;
+    std::string text = "g: ";
+    for (const char* piece : {"a@b,", "x@y,"}) {
+        for (int i = 0; i < Half; ++i) {
+            text += piece;
+        }
+    }
+    AddressList list;
+    ASSERT_EQ(list.parsePostdock((text + ";").c_str(), 0, nullptr, false), 2 * Half);
+    const Address* group = static_cast<Address*>(list.addresses->get(0));
+    EXPECT_EQ(list.removeMailboxByAddrSpec(group->getMailbox(Half)->addrSpec, 0), 0);
+    EXPECT_EQ(group->size(), Half);
+    EXPECT_EQ(list.removeMailboxByAddrSpec(nullptr, 0), 0);
+    EXPECT_EQ(group->findMailboxByAddrSpec("x@y"), -1);
+    EXPECT_EQ(group->size(), Half);
+}
+
 TEST(StringPool, growsByOneAndHandsItsStringsOutAgain) {
     StringPool pool;
     EXPECT_EQ(pool.getCapacity(), 64);
