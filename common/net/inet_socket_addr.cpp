@@ -50,8 +50,8 @@ const char* InetSocketAddr::toString(char* buffer) const {
     return text;
 }
 
+// The value may be this object's own cached text, which strToIsa drops only after it was read.
 InetSocketAddr& InetSocketAddr::operator=(const char* value) {
-    dropText();
     if (strToIsa(value, this) == 0) {
         Thread::setLastError(0U);
     }

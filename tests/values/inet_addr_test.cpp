@@ -258,6 +258,8 @@ TEST(InetSocketAddr, changesAndComparisons) {
     base = "1.2.3.4";
     EXPECT_EQ(Thread::getLastError(), static_cast<unsigned>(HE_INVAL));
     EXPECT_STREQ(value.toString(nullptr), "1.2.3.4:99");
+    value = value.toString(nullptr); // its own cached text
+    EXPECT_EQ(Thread::getLastError(), 0U);
     value.setPort(1);
     EXPECT_STREQ(value.toString(nullptr), "1.2.3.4:1");
     value.setInetAddr(InetAddr::LOCALHOST);
