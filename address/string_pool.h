@@ -19,12 +19,18 @@ public:
 
     // Hands out the next string, set to the text; the pool grows by one where all are in use. The
     // string belongs to the pool and is the caller's until the pool takes it back.
-    std::string* addString(const char* text);
-    std::string* addString(const std::string& text);
-    std::string* addEmpty();
+    std::string* addString(const char* text) { return &nextString()->assign(text); }
+    std::string* addString(const std::string& text) { return &nextString()->assign(text); }
+    std::string* addEmpty() {
+        std::string* string = nextString();
+        string->clear();
+        return string;
+    }
 
-    // The string at an index below `used`.
-    std::string* getString(int index) const;
+    // The string at an index. Requires: 0 <= index < getCapacity().
+    std::string* getString(int index) {
+        return index < InitialStrings ? firstStrings + index : getLaterString(index);
+    }
 
     // Takes back the strings handed out last, `count` of them. Requires: 0 <= count <= used.
     void dropStrings(int count) { used -= count; }
@@ -37,12 +43,22 @@ public:
     int getCapacity() const { return capacity; }
 
 private:
-    std::string* nextString();
-    static void destroyString(void* string, void* firstBlock);
+    static constexpr int InitialStrings = 64;
 
-    HVector<void*, void*>* strings; // owned, of std::string*; the first 64 lie in one array
+    std::string* nextString() {
+        if (used == capacity) {
+            grow();
+        }
+        return getString(used++);
+    }
+    void grow();
+    std::string* getLaterString(int index) const;
+    static void destroyString(void* string, void* unused);
+
+    HVector<void*, void*>* strings; // owned, of owned std::string*: those behind the first 64
     int capacity;
     int used;
+    std::string firstStrings[InitialStrings]; // all that an ordinary parse needs
 };
 
 #endif
