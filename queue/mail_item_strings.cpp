@@ -131,13 +131,17 @@ void MailItem::listParams(SimpleVector<const char*>& out) {
 }
 
 // Fills `params` from the chain, which runs from the newest to the oldest: a name that is there
-// already has a newer value. A chain may be broken or run in a circle, so the walk is bounded.
+// already has a newer value. A damaged chain may run in a circle, which has nothing new the second
+// time: the walk ends when it comes back to `mark`, which moves up at each power of two, so a long
+// string is searched a few times and not thousands.
 void MailItem::readParams() {
     constexpr int maxLinks = 4096;
     constexpr std::size_t shortestParam = 7;
     const std::uint32_t others = static_cast<std::uint32_t>(strings.size()) - rcptCount;
     std::uint32_t index = getField(RecordFormat::paramHead);
-    for (int links = 0; links < maxLinks && index >= 1 && index < others; ++links) {
+    std::uint32_t mark = 0;
+    for (int links = 0; links < maxLinks && index >= 1 && index < others && index != mark;
+         ++links) {
         const char* const text = getLinkedString(index);
         if (text == nullptr || ::strnlen(text, shortestParam) < shortestParam ||
             text[paramTextOffset - 1] != ':') {
@@ -149,6 +153,9 @@ void MailItem::readParams() {
         if (const char* end = std::strchr(stored, '=');
             end != nullptr && !findParam(stored, static_cast<std::size_t>(end - stored), place)) {
             params.insertAt(place, stored);
+        }
+        if ((links & (links + 1)) == 0) {
+            mark = index;
         }
         index = previous;
     }

@@ -130,7 +130,8 @@ public:
     int dequeue(MailItem* item, bool removed);
 
     // Walk over the mails in memory, in the order of their ids; null at the end. One walk at a
-    // time. The result is no hold: it is good while nobody dequeues the mail.
+    // time. The result is no hold: it is good while nobody dequeues the mail. A mail that leaves
+    // memory meanwhile may make the walk miss one or start over.
     MailItem* getFirst();
     MailItem* getNext();
 
