@@ -114,10 +114,14 @@ public:
         int place = 0;
         int written = 0; // up to where the block has been written
         while (place < size) {
-            int lineEnd = 0;
-            const int line = Stream::searchEOL(BODY_LINE_ENDS,
-                                               reinterpret_cast<const unsigned char*>(data) + place,
-                                               size - place, lineEnd);
+            int lineEnd = 1;
+            int line = 1;
+            // A body of nothing but empty lines has the most of them, so these cost no search.
+            if (data[place] != '\n' && data[place] != '\0') {
+                line = Stream::searchEOL(BODY_LINE_ENDS,
+                                         reinterpret_cast<const unsigned char*>(data) + place,
+                                         size - place, lineEnd);
+            }
             if (line < 0) {
                 break;
             }
@@ -130,7 +134,7 @@ public:
             pieceStart = 0;
             // A run of lines that end in CR LF already goes out in one piece.
             if (lineEnd == 1) {
-                if (!out.append(data + written, textEnd - written) || !out.appendLineEnd()) {
+                if (!out.appendLine(data + written, textEnd - written)) {
                     return -1;
                 }
                 written = place;

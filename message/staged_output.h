@@ -33,6 +33,16 @@ public:
 
     bool appendLineEnd() { return append("\r\n", 2); }
 
+    // A text and a line end; as above. An empty line costs two bytes and no call.
+    bool appendLine(const char* data, int size) {
+        if (size > 0 || SIZE - used < 2) {
+            return append(data, size) && appendLineEnd();
+        }
+        buffer[used++] = '\r';
+        buffer[used++] = '\n';
+        return !failed;
+    }
+
     // Sends what is gathered; false as above.
     bool flush() {
         const int size = used;
