@@ -244,6 +244,9 @@ int decodeBase64Ex(unsigned char*& out, const unsigned char* outEnd, const char*
     for (const char* next = in; next < inEnd && outEnd - out >= 3;) {
         const unsigned char byte = static_cast<unsigned char>(*next++);
         if (byte == '\r' || byte == '\n') {
+            if (collected == 0) {
+                in = next; // else a line end behind the last group would never be taken
+            }
             continue;
         }
         if (!isbase64(byte)) {

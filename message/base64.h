@@ -42,11 +42,11 @@ int base64decodeModified(const unsigned char* in, int inLength, unsigned char* o
 
 // Decodes data that arrives in pieces, without error reports: writes whole groups from out on, not
 // past outEnd, reads from in on, not past inEnd, and moves both on. Returns the number of bytes
-// written. CR and LF are skipped; an unfinished group stays unread. With less than 4 bytes of room
-// in out nothing happens, and the result is 0. A byte outside the alphabet, or a pad in the first
-// two places of a group, ends with the result 0 and in at the start of that group; what earlier
-// groups of the call gave is in out, which has moved on behind it. A pad in the last two places of
-// a group ends the data: in moves behind the group's first pad.
+// written. CR and LF are skipped; an unfinished group stays unread, from its first byte on. With
+// less than 4 bytes of room in out nothing happens, and the result is 0. A byte outside the
+// alphabet, or a pad in the first two places of a group, ends with the result 0 and in at the start
+// of that group; what earlier groups of the call gave is in out, which has moved on behind it. A
+// pad in the last two places of a group ends the data: in moves behind the group's first pad.
 int decodeBase64Ex(unsigned char*& out, const unsigned char* outEnd, const char*& in,
                    const char* inEnd);
 

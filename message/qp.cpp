@@ -135,7 +135,7 @@ void QP::checkLineLength(unsigned char* buffer, unsigned int& position, unsigned
 
 int QP::encode(const unsigned char* in, unsigned int inLength, unsigned char** out,
                unsigned int* outLength, int hexSpecials, int binary, bool header) {
-    if (in == nullptr || inLength == 0) {
+    if (in == nullptr || inLength == 0 || inLength > INT_MAX) {
         return -1;
     }
     if (fixedLineLength == 0) {

@@ -92,6 +92,7 @@ TEST(QuotedPrintable, EncodesByTheClassOfEachByte) {
     unsigned int length = 0;
     EXPECT_EQ(qp.encode(nullptr, 1, &out, &length, 0, 0, false), -1);
     EXPECT_EQ(qp.encode(bytes(""), 0, &out, &length, 0, 0, false), -1);
+    EXPECT_EQ(qp.encode(bytes("a"), INT_MAX + 1U, &out, &length, 0, 0, false), -1);
 }
 
 TEST(QuotedPrintable, ForcesBytesToTheirHexadecimalForm) {
@@ -391,7 +392,8 @@ TEST(Base64, DecodesInPieces) {
         std::string_view text;
         int count;
         std::ptrdiff_t taken;
-    } rows[] = {{"YWJjYW", 3, 4}, {"YW*J", 0, 0}, {"=AAA", 0, 0}, {"YWI=x", 2, 4}, {"YQ==", 1, 3}};
+    } rows[] = {{"YWJjYW", 3, 4}, {"YW*J", 0, 0},     {"=AAA", 0, 0}, {"YWI=x", 2, 4},
+                {"YQ==", 1, 3},   {"YWJj\r\n", 3, 6}, {"\nYW", 0, 1}};
     for (const auto& row : rows) {
         unsigned char room[8];
         unsigned char* out = room;
