@@ -206,9 +206,10 @@ const char* MailDate::write() {
     if (!breakDown(seconds, zone, parts)) {
         return nullptr;
     }
-    format("%s, %d %s %lld %02d:%02d:%02d %s%04d", UTC64::weekDay[parts.tm_wday], parts.tm_mday,
+    const long long magnitude = zone < 0 ? -static_cast<long long>(zone) : zone;
+    format("%s, %d %s %lld %02d:%02d:%02d %s%04lld", UTC64::weekDay[parts.tm_wday], parts.tm_mday,
            UTC64::month[parts.tm_mon], parts.tm_year + 1900LL, parts.tm_hour, parts.tm_min,
-           parts.tm_sec, zone < 0 ? "-" : "+", zone < 0 ? -zone : zone);
+           parts.tm_sec, zone < 0 ? "-" : "+", magnitude);
     return text;
 }
 

@@ -304,4 +304,13 @@ TEST(MailDate, RefusesTimesThatCannotBeBrokenDown) {
     EXPECT_EQ(date.set(parts, 0), -1);
 }
 
+TEST(MailDate, WritesTheSmallestZoneThatCanBeSet) {
+    MailDate date;
+    std::tm parts{};
+    parts.tm_year = 100;
+    parts.tm_mday = 1;
+    ASSERT_EQ(date.set(parts, -2147483647 - 1), 0);
+    EXPECT_STREQ(date.write(), "Sat, 1 Jan 2000 00:00:00 -2147483648");
+}
+
 } // namespace
