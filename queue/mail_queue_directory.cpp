@@ -1,6 +1,6 @@
 // MailQueue::setDirectory: attaching to a queue tree, and making what is missing of it. Any number
 // of processes may make one tree at the same time: a directory that somebody else makes first is as
-// good as one's own, and the token file is written by whoever creates it.
+// good as one's own, and the token file appears with its line in it, from whoever comes first.
 
 #include "common/error.h"
 #include "common/stream/descriptor.h"
@@ -16,6 +16,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <ctime>
 
@@ -86,7 +88,25 @@ int writeToken(File& file, const char* path) {
     return file.lseek(0, Stream::SeekStart) == 0 ? 0 : -1;
 }
 
-// Opens the token file, which is made if it is missing and `create` is set; `made` tells.
+// Makes the token file so that it appears with its line in it: a file without a name gets the name
+// once it is written. A process that dies on the way leaves nothing. EEXIST where there is one.
+int linkToken(const char* path, const char* name) {
+    File file(path);
+    if (file.open(O_RDWR | O_TMPFILE) == -1 || writeToken(file, path) == -1) {
+        return -1;
+    }
+    char source[32];
+    std::snprintf(source, sizeof source, "/proc/self/fd/%d", file.getDescriptor());
+    return ::linkat(AT_FDCWD, source, AT_FDCWD, name, AT_SYMLINK_FOLLOW);
+}
+
+// Whether a file system, or a process without /proc, cannot do what linkToken asks.
+bool isUnsupported(unsigned error) {
+    return error == EOPNOTSUPP || error == EISDIR || error == EINVAL || error == HE_NOENT;
+}
+
+// Opens the token file, which is made if it is missing and `create` is set; `made` tells of one
+// that stands empty until this process has written it.
 int openToken(File& file, const char* path, bool create, bool& made) {
     made = false;
     for (int round = 0;; ++round) {
@@ -95,6 +115,14 @@ int openToken(File& file, const char* path, bool create, bool& made) {
         }
         if (!create || Thread::getLastError() != HE_NOENT) {
             return -1;
+        }
+        if (round == 0) {
+            if (linkToken(path, file.getName()) == 0 || Thread::getLastError() == HE_EEXISTS) {
+                continue;
+            }
+            if (!isUnsupported(Thread::getLastError())) {
+                return -1;
+            }
         }
         // The exclusive create makes one of several processes the writer. What is there and yet
         // not found is a dangling link, which only a create that is not exclusive follows.

@@ -112,6 +112,31 @@ TEST(Failure, BadConfigurationEndsBeforeTheQueue) {
     }
 }
 
+// The defaults name a queue that the file may not name.
+TEST(Failure, AConfigurationThatCannotBeReadIsNotTheDefaults) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"stat:morvex.cfg:1:13", "Permission denied"},
+        {"open:morvex.cfg:1:24", "Too many open files"},
+        {"read:morvex.cfg:1:5", "Input/output error"}, // looking at its lines
+        {"lseek:morvex.cfg:2:5", "Input/output error"},
+        {"read:morvex.cfg:3:5", "Input/output error"}, // parsing
+        {"read:morvex.cfg:4:5", "Input/output error"},
+    };
+    for (const auto& [fault, error] : rows) {
+        SCOPED_TRACE(fault);
+        Desk desk;
+        support::writeFile(desk.path("run/morvex.cfg"),
+                           "Server { processing = { queuePath = elsewhere } }\n");
+        desk.environment = {{"MORVEX_TEST_FAULT", fault}};
+        const Outcome run = desk.run({"r@x.org"});
+        EXPECT_EQ(run.exitCode, 78);
+        expectReport(run, "Transaction aborted: cannot load configuration from '" +
+                              desk.path("run/morvex.cfg") + "' (" + error + ")");
+        EXPECT_FALSE(fs::exists(desk.queue("")));
+        EXPECT_FALSE(fs::exists(desk.path("elsewhere")));
+    }
+}
+
 TEST(Failure, UnusableQueue) {
     struct Row {
         const char* inTheWay; // a plain file of that name

@@ -124,6 +124,7 @@ std::function<void()> Desk::plainChild(const std::vector<std::string>& arguments
         for (const auto& [name, value] : environment) {
             ::setenv(name.c_str(), value.c_str(), 1);
         }
+        ::close_range(3, ~0U, 0); // what the test's own caller left open
         if (limits) {
             limits();
         }

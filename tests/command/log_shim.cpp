@@ -3,7 +3,8 @@
 // MORVEX_TEST_LOG=FILE: openlog, syslog and closelog are written to FILE, a line a call, and so is
 // the datagram that the interrupt handler sends to the log socket.
 // MORVEX_TEST_FAULT=CALL:PATH:N:ERRNO: the N-th call (from 1; 0 for every one) of open, mkdir,
-// write, fsync, read or unlink on a file whose path contains PATH fails with that error.
+// write, fsync, read, lseek, stat or unlink on a file whose path contains PATH fails with that
+// error.
 // MORVEX_TEST_SIGNAL=CALL:PATH:N: as above, but the process first gets SIGINT.
 
 #include <dlfcn.h>
@@ -183,6 +184,15 @@ ssize_t write(int fd, const void* data, size_t size) {
 
 ssize_t read(int fd, void* data, size_t size) {
     return fails("read", fd) ? -1 : next<ReadCall>("read")(fd, data, size);
+}
+
+off_t lseek(int fd, off_t offset, int whence) noexcept {
+    return fails("lseek", fd) ? -1 : next<off_t (*)(int, off_t, int)>("lseek")(fd, offset, whence);
+}
+
+int stat(const char* path, struct stat* status) noexcept {
+    using StatCall = int (*)(const char*, struct stat*);
+    return fails("stat", path) ? -1 : next<StatCall>("stat")(path, status);
 }
 
 } // extern "C"
