@@ -4,10 +4,13 @@
 #include "config/object.h"
 
 #include <memory>
+#include <mutex>
 
 namespace HConfig {
 
 namespace {
+constinit std::mutex wakeMutex; // guards the change of a slot from a mark to its child
+
 std::uint32_t skipMask(bool full) {
     return full ? FLAG_ON_DEMAND : FLAG_ON_DEMAND | FLAG_OWN_LIFE;
 }
@@ -78,10 +81,12 @@ void Object::initChild(const Attribute& attribute) {
     }
 }
 
-// Makes a child that is asleep. Readers may do so at once: one of their children stays.
+// Makes a child that is asleep. Readers may do so at once: one of their children stays. A slot is
+// written once, since those who have seen its child read it without care; the child itself is made
+// outside of the lock because making it may wake others.
 void Object::wake(unsigned index) const {
     const std::atomic_ref<Value> place(values[index]);
-    Value asleep = place.load(std::memory_order_acquire);
+    const Value asleep = place.load(std::memory_order_acquire);
     if (!asleep.isMark()) {
         return;
     }
@@ -89,9 +94,9 @@ void Object::wake(unsigned index) const {
     if (child != nullptr && asleep == ASLEEP_WITH_DEFAULTS) {
         child->doSetToDefault(true, true);
     }
-    if (place.compare_exchange_strong(asleep, Value(static_cast<const void*>(child.get())),
-                                      std::memory_order_acq_rel)) {
-        child.release();
+    const std::lock_guard lock(wakeMutex);
+    if (place.load(std::memory_order_relaxed).isMark()) {
+        place.store(Value(static_cast<const void*>(child.release())), std::memory_order_release);
     }
 }
 

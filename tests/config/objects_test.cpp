@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <latch>
 #include <string>
 #include <thread>
 #include <vector>
@@ -319,16 +320,22 @@ TEST_F(ObjectsTest, IdleChildrenAreMadeWhenLookedAt) {
 }
 
 TEST_F(ObjectsTest, ReadersOfAnIdleChildSeeTheSameOne) {
+    ObjectMarker marker(ROOT_COUNT);
+    marker.mark(IDLE);
     for (int round = 0; round < 50; ++round) {
         const auto shared = make(ROOT);
         std::vector<const Object*> seen(4);
+        std::vector<std::unique_ptr<Object>> copies;
         std::vector<std::thread> readers;
+        std::latch start(static_cast<std::ptrdiff_t>(seen.size()));
         for (const Object*& mine : seen) {
-            readers.emplace_back([&mine, &shared] { mine = shared->getChildObject(IDLE); });
+            copies.push_back(make(ROOT));
+            readers.emplace_back([&, copy = copies.back().get()]() mutable {
+                start.arrive_and_wait();
+                shared->clone(copy, marker, true);
+                mine = shared->getChildObject(IDLE);
+            });
         }
-        Object* copy = nullptr;
-        shared->clone(copy, true);
-        const std::unique_ptr<Object> owned(copy);
         for (std::thread& reader : readers) {
             reader.join();
         }
