@@ -17,7 +17,7 @@
 class Stream;
 
 // Names of fields compare without regard to case. An index counts the fields of a name from 0 on;
-// a negative one finds nothing.
+// a negative one finds nothing. Requires: a name to look for is not null.
 class MailMsg {
 public:
     // readHeaders takes no more fields than this; the rest of the block then counts as body.
