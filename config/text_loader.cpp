@@ -61,6 +61,7 @@ int TextLoader::loadFile(Object*& object) {
 
     int result = -1;
     const File::Attributes* attributes = file.getAttributes();
+    attributesError = attributes == nullptr ? Thread::getLastError() : 0;
     if (attributes == nullptr && expectsServer()) {
         Thread::log(LOG_LEVEL_WARNING, "Configuration file '%s' does not exists, using defaults",
                     fileName);
@@ -73,9 +74,7 @@ int TextLoader::loadFile(Object*& object) {
     } else if (!S_ISREG(attributes->mode & ~File::HiddenMark)) {
         setError(HE_NOENT, "File '%s' is not a regular file", fileName);
     } else if (file.open(O_RDONLY) < 0) {
-        const unsigned code = Thread::getLastError();
-        setError(code, "Cannot load configuration from '%s' (%s)", fileName,
-                 Thread::getErrorMessage(code));
+        failInput(Thread::getLastError());
     } else {
         Thread::setLastError(0U);
         result = load(&file, object);
@@ -101,6 +100,11 @@ int TextLoader::load(Stream* input, Object*& object) {
     }
     dropContexts();
     freeCount = 0;
+
+    if (readFailed) {
+        failInput(readError);
+        result = -1;
+    }
 
     if (result != -1 && rootObject == nullptr) {
         setError(HE_NOENT, "No object found");
@@ -132,6 +136,7 @@ void TextLoader::restart(Stream* input) {
     column = 1;
     lastToken = TokenLoc();
     majorDone = false;
+    readFailed = false;
     errorText[0] = '\0';
 }
 
@@ -168,13 +173,22 @@ int TextLoader::preScan() {
         }
     }
     const unsigned code = Thread::getLastError();
-    inputStream->lseek(0, Stream::SeekStart);
+    if (inputStream->lseek(0, Stream::SeekStart) < 0 && result == 0) {
+        failInput(Thread::getLastError());
+        return -1;
+    }
     Thread::setLastError(code);
     return result;
 }
 
+// To the scanner a read that fails is the end of the input; the load tells it from that.
 int TextLoader::LexerInput(char* buffer, int maxSize) {
-    return inputStream->read(buffer, maxSize);
+    const int count = inputStream->read(buffer, maxSize);
+    if (count < 0) {
+        readFailed = true;
+        readError = Thread::getLastError();
+    }
+    return count;
 }
 
 // What no rule matches is dropped.
@@ -238,6 +252,11 @@ void TextLoader::setError(unsigned code, const char* format, ...) {
     va_end(arguments);
     Thread::log(LOG_LEVEL_ERROR, "%s", errorText);
     Thread::setLastError(code);
+}
+
+void TextLoader::failInput(unsigned code) {
+    setError(code, "Cannot load configuration from '%s' (%s)", fileName,
+             Thread::getErrorMessage(code));
 }
 
 bool TextLoader::setWarning(const TokenLoc& location, const char* format, ...) {

@@ -74,9 +74,16 @@ public:
     // deep gives 2, and the object as far as it got.
     //
     // A file of the Server class that is missing is no failure: all its attributes then get their
-    // defaults.
+    // defaults. Any failure to read the attributes of the file counts as missing; the caller to
+    // whom that is not the same asks getAttributesError.
+    //
+    // A read that fails ends the load with its error, whatever was read up to there.
     int load(Object*& object);
     int load(Stream* stream, Object*& object);
+
+    // Why the attributes of the file could not be read in the last load from a path; 0 where they
+    // could, before the first one, and with a stream.
+    unsigned getAttributesError() const { return attributesError; }
 
     // The last message told, as it was told; an empty text before the first.
     const char* getErrorText() const { return errorText; }
@@ -185,10 +192,14 @@ private:
     TokenLoc lastToken;
     char errorText[MESSAGE_SIZE];
     bool majorDone = false;
+    bool readFailed = false;      // and ended the input for the scanner
+    unsigned readError = 0;       // of that read
+    unsigned attributesError = 0; // of the file's attributes, or 0
     const bool strict;
 
     int loadFile(Object*& object);
     int preScan();
+    void failInput(unsigned code);
     void dropContexts();
     bool expectsServer() const;
 

@@ -41,7 +41,11 @@ void TextLoader::release(int buffer) {
 
 // ---- The whole input and its major objects ------------------------------------------------------
 
+// What a failed read cut off is not left out: it gets no defaults.
 bool TextLoader::onEnd() {
+    if (readFailed) {
+        return false;
+    }
     return rootObject == nullptr || majorDone || rootObject->setAllToDefault() == 0;
 }
 

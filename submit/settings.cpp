@@ -61,6 +61,11 @@ const HConfig::Object* processingOf(const HConfig::Server& server) {
         child->doCastInternal(HConfig::ProcService::getCastableClassId()));
 }
 
+// A file that is there but cannot be looked at is not missing: what it says is not the defaults.
+bool isMissing(unsigned error) {
+    return error == HE_NOENT || error == HE_NOTDIR;
+}
+
 } // namespace
 
 int loadConfig(GetArgs* args) {
@@ -72,10 +77,15 @@ int loadConfig(GetArgs* args) {
     HConfig::Server server;
     server.doInit(false, true);
     HConfig::Object* root = &server;
-    const int result = loader.load(root);
+    int result = loader.load(root);
     if (result > 0) {
         // Nested deeper than the parser's stack: what was read of it may name another queue.
         Thread::setLastError(HE_DEPTH);
+    }
+    const unsigned attributesError = loader.getAttributesError();
+    if (attributesError != 0 && !isMissing(attributesError)) {
+        Thread::setLastError(attributesError);
+        result = -1;
     }
     const HConfig::Object* processing = result != 0 ? nullptr : processingOf(server);
     if (processing == nullptr) {

@@ -10,9 +10,10 @@
 class GetArgs;
 
 // Reads the server's file and fills `primary_domain`, `expand_domain`, `queue_path` and
-// `queue_entry_count`. A file that is missing means the server's defaults. Uses the options C (the
-// file) and W (what relative paths hang on, taken as it stands), which have defaults, and n
-// (`expand_domain` stays null).
+// `queue_entry_count`. A file that is missing (HE_NOENT, HE_NOTDIR) means the server's defaults;
+// one that cannot be looked at or read to its end is a failure, since mail for the queue it names
+// would be lost in another. Uses the options C (the file) and W (what relative paths hang on, taken
+// as it stands), which have defaults, and n (`expand_domain` stays null).
 //
 // Gives 0, or EX_CONFIG (78) after reporting why; the variables are as before then.
 // Requires: HConfig::Config::init; those variables do not own anything yet.

@@ -1,11 +1,16 @@
 // The text loader: what inputs make of objects, what is told about them, and where.
 
 #include "common/error.h"
+#include "common/stream/memory_stream.h"
 #include "common/thread/thread.h"
 #include "config/text_loader.h"
 #include "tests/config/loader_fixture.h"
 #include "tests/config/test_schema.h"
 #include "tests/support/temp_dir.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
 
 using namespace HConfig;
 
@@ -341,6 +346,75 @@ TEST_F(TextLoaderTest, NestingIsBoundedByTheFixedStack) {
     }
 }
 
+// ---- Input that fails ---------------------------------------------------------------------------
+
+// Fails from one of its reads or seeks on, counted from 1; 0 for never.
+class FaultyStream : public MemoryStream {
+public:
+    FaultyStream(std::string& text, int firstRead, int firstSeek)
+        : MemoryStream(text.data(), static_cast<long long>(text.size())), failingRead(firstRead),
+          failingSeek(firstSeek) {}
+
+    using MemoryStream::read;
+    int read(void* target, int amount) override {
+        return fails(failingRead) ? -1 : MemoryStream::read(target, std::min(amount, 20));
+    }
+    long long lseek(long long offset, Seek origin) override {
+        return fails(failingSeek) ? -1 : MemoryStream::lseek(offset, origin);
+    }
+
+private:
+    static bool fails(int& left) {
+        if (left == 0 || --left > 0) {
+            return false;
+        }
+        left = 1;
+        Thread::setLastError(EIO);
+        return true;
+    }
+
+    int failingRead;
+    int failingSeek;
+};
+
+TEST_F(TextLoaderTest, InputThatFailsIsNoEndOfInput) {
+    struct Row {
+        const char* input;
+        int failingRead, failingSeek;
+        int result;
+        const char* threads; // maxIndexingThreads of the caller's root, whose default is 2
+    };
+    const Row rows[] = {
+        {"", 1, 0, -1, "0"},
+        {"# ends as a comment \nServer {}", 2, 0, -1, "0"},
+        {"Server {           }Server { maxIndexingThreads = 5 }", 2, 0, -1, "2"},
+        {"Server {           }\nServer { maxIndexingThreads = 5 }", 9, 0, 0, "5"},
+        {"Server { maxIndexingThreads = 5 serverName = a }", 3, 0, -1, "5"},
+        {"Server { maxIndexingThreads = 5 }", 0, 2, -1, "0"},
+        {"Server { maxIndexingThreads = 5 }", 0, 1, 0, "5"}, // cannot seek: not scanned before
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(std::string(row.input) + std::to_string(row.failingRead));
+        std::string text = row.input;
+        FaultyStream input(text, row.failingRead, row.failingSeek);
+        Server server;
+        server.doInit(false, true);
+        Object* root = &server;
+        TextLoader loader(&input, server.getObjectClass(), false);
+        EXPECT_EQ(row.result, loader.load(root));
+        const Attribute* threads = server.getObjectClass()->findAttribute("maxIndexingThreads");
+        EXPECT_EQ(row.threads, showAttribute(server, *threads));
+        const Lines lines = takeLog();
+        EXPECT_EQ(row.result == 0, lines.empty());
+        if (row.result != 0 && !lines.empty()) {
+            EXPECT_EQ(static_cast<unsigned>(EIO), Thread::getLastError());
+            EXPECT_TRUE(lines.back().starts_with("3 (MemoryStream)("));
+            EXPECT_TRUE(lines.back().ends_with("): Cannot load configuration from "
+                                               "'(MemoryStream)' (Input/output error)"));
+        }
+    }
+}
+
 // ---- Attributes of a kind that the server's schema uses rarely ----------------------------------
 
 class TextLoaderSchemaTest : public LoaderTest {
@@ -399,6 +473,24 @@ TEST_F(TextLoaderFileTest, AMissingFileOfTheServerMeansDefaults) {
                      "2 Configuration file '" + path + "' does not exists, using defaults"}),
               takeLog());
     EXPECT_EQ("queue", show("processing.queuePath"));
+}
+
+TEST_F(TextLoaderFileTest, TheErrorOfTheAttributesTellsAMissingFileFromOthers) {
+    const std::string path = directory / "loop.cfg";
+    std::filesystem::create_symlink(path, path);
+    TextLoader loader(path.c_str(), Config::theConfig->findClass("Server"), false);
+    EXPECT_EQ(0U, loader.getAttributesError());
+    Server server;
+    server.doInit(false, true);
+    Object* root = &server;
+    EXPECT_EQ(0, loader.load(root));
+    EXPECT_EQ(static_cast<unsigned>(ELOOP), loader.getAttributesError());
+    std::filesystem::remove(path);
+    EXPECT_EQ(0, loader.load(root));
+    EXPECT_EQ(HE_NOENT, loader.getAttributesError());
+    support::writeFile(path, "Server {}");
+    EXPECT_EQ(0, loader.load(root));
+    EXPECT_EQ(0U, loader.getAttributesError());
 }
 
 TEST_F(TextLoaderFileTest, AMissingFileOfAnotherClassIsAnError) {

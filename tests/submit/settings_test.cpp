@@ -11,6 +11,7 @@
 
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -62,6 +63,26 @@ TEST_F(SettingsTest, AMissingFileGivesTheDefaults) {
     EXPECT_STREQ("", primary_domain);
     EXPECT_EQ(primary_domain, expand_domain);
     EXPECT_EQ("", complaint);
+
+    // Nothing can stand below a file.
+    support::writeFile(directory / "file", "");
+    EXPECT_EQ(0, run({"-W", directory.path(), "-C", "file/morvex.cfg"}));
+}
+
+TEST_F(SettingsTest, AFileThatCannotBeLookedAtIsNotMissing) {
+    std::filesystem::create_symlink(file, file);
+    const std::string longName = directory / std::string(300, 'x');
+    const std::pair<std::string, std::string> rows[] = {
+        {file, "Too many levels of symbolic links"},
+        {longName, "File name too long"},
+    };
+    for (const auto& [path, error] : rows) {
+        EXPECT_EQ(78, run({"-W", directory.path(), "-C", path}));
+        EXPECT_EQ("Transaction aborted: cannot load configuration from '" + path + "' (" + error +
+                      ")\n",
+                  complaint);
+        EXPECT_EQ(nullptr, queue_path);
+    }
 }
 
 TEST_F(SettingsTest, TheFileIsFoundByOneRuleAndTheQueueByTheSame) {
