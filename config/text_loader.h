@@ -59,8 +59,10 @@ class TextLoader : public hcFlexLexer {
 public:
     using TokenLoc = HConfig::TokenLoc;
 
-    // A loader over a file, or over an open stream, which stays the caller's. With `objectClass`
-    // the input is expected to hold an object of that class; null expects none in particular.
+    // A loader over a file, whose path is copied, or over an open stream, which stays the caller's.
+    // With `objectClass` the input is expected to hold an object of that class: one that names
+    // another class is told so as an error, and loads all the same. Null expects none in
+    // particular. Requires: path and stream are not null.
     TextLoader(const char* path, const ObjectClass* objectClass, bool strict);
     TextLoader(Stream* stream, const ObjectClass* objectClass, bool strict);
     ~TextLoader() override;
@@ -77,6 +79,11 @@ public:
     // defaults. Any failure to read the attributes of the file counts as missing; the caller to
     // whom that is not the same asks getAttributesError.
     //
+    // An input of the Server class that can seek is read from its beginning, and has no line of
+    // more than 2048 bytes, its line end included: one that has fails with HE_CFG_STATEMENT before
+    // anything is assigned. Only the last line may be longer, if no line end follows. Any other
+    // input is read from where it stands.
+    //
     // A read that fails ends the load with its error, whatever was read up to there.
     int load(Object*& object);
     int load(Stream* stream, Object*& object);
@@ -85,7 +92,8 @@ public:
     // could, before the first one, and with a stream.
     unsigned getAttributesError() const { return attributesError; }
 
-    // The last message told, as it was told; an empty text before the first.
+    // The last message of the last load that tells a place, as it was told; an empty text if there
+    // was none, and before the first load.
     const char* getErrorText() const { return errorText; }
 
 protected:
