@@ -9,14 +9,6 @@
 
 namespace {
 
-class Runtime : public testing::Environment {
-public:
-    void SetUp() override { Thread::init(); }
-    void TearDown() override { Thread::cleanup(); }
-};
-
-const testing::Environment* const runtime = testing::AddGlobalTestEnvironment(new Runtime);
-
 template <char kind> [[gnu::format(printf, 1, 2)]] void capture(const char* format, ...) {
     char text[1024];
     va_list arguments;

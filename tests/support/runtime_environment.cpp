@@ -1,4 +1,5 @@
-// Brackets all tests of the binary with the runtime's start and end.
+// Brackets all tests of the binary with the start and the end of the runtime, which releases of
+// streams and locks of shared objects need.
 
 #include "common/thread/thread.h"
 
