@@ -8,6 +8,7 @@
 #include "common/thread/thread_internal.h"
 
 #include <cstdio>
+#include <new>
 
 namespace {
 
@@ -16,15 +17,23 @@ using Pool = HVector<void*, int>;
 constexpr int localOrder = 32;
 constexpr int globalOrder = 64;
 
-// One of each per registered pool; null outside Thread::init and Thread::cleanup.
-CriticalSection** objPoolLocks = nullptr;
-Pool** globalObjPools = nullptr;
-// How many of each. It outlives Thread::cleanup, for threads' caches that do so too.
+struct GlobalPool;
+
+// One per registered pool, all in one allocation; null outside Thread::init and Thread::cleanup.
+GlobalPool* globalPools = nullptr;
+// How many. It outlives Thread::cleanup, for threads' caches that do so too.
 int globalPoolCount = 0;
 
 void destroyPooled(void* object, int poolId) {
     BaseObjectPool::pools[poolId]->destroyObject(object);
 }
+
+struct GlobalPool {
+    explicit GlobalPool(int poolId) : objects(globalOrder, destroyPooled, poolId) {}
+
+    CriticalSection lock{0};
+    Pool objects; // guarded by `lock`; destroys what it holds
+};
 
 void* takeLast(Pool& pool) {
     const int last = pool.size() - 1;
@@ -35,8 +44,8 @@ void* takeLast(Pool& pool) {
 
 // The destroy function of a thread's caches. Requires: the lock of the global pool is held.
 void moveToGlobal(void* object, int poolId) {
-    if (globalObjPools != nullptr) {
-        globalObjPools[poolId]->append(object);
+    if (globalPools != nullptr) {
+        globalPools[poolId].objects.append(object);
     } else {
         destroyPooled(object, poolId);
     }
@@ -45,7 +54,7 @@ void moveToGlobal(void* object, int poolId) {
 // Requires: the lock of the global pool is held.
 void trimGlobal(int poolId) {
     BaseObjectPool& kind = *BaseObjectPool::pools[poolId];
-    Pool& pool = *globalObjPools[poolId];
+    Pool& pool = globalPools[poolId].objects;
     if (pool.size() > kind.maxGlobalPoolSize()) {
         for (int left = pool.size() - kind.minGlobalPoolSize(); left > 0; --left) {
             kind.destroyObject(takeLast(pool));
@@ -105,28 +114,23 @@ int BaseObjectPool::getSize() const {
 
 void threadinternal::createGlobalPools() {
     globalPoolCount = BaseObjectPool::count;
-    const unsigned places = static_cast<unsigned>(globalPoolCount);
-    objPoolLocks = new CriticalSection*[places];
-    globalObjPools = new Pool*[places];
+    globalPools = static_cast<GlobalPool*>(
+        ::operator new(static_cast<unsigned>(globalPoolCount) * sizeof(GlobalPool)));
     for (int id = 0; id < globalPoolCount; ++id) {
-        objPoolLocks[id] = new CriticalSection(0);
-        globalObjPools[id] = new Pool(globalOrder, destroyPooled, id);
+        new (&globalPools[id]) GlobalPool(id);
     }
 }
 
 void threadinternal::destroyGlobalPools() {
     for (int id = 0; id < globalPoolCount; ++id) {
-        delete objPoolLocks[id];
-        delete globalObjPools[id]; // destroys what it holds
+        globalPools[id].~GlobalPool();
     }
-    delete[] objPoolLocks;
-    delete[] globalObjPools;
-    objPoolLocks = nullptr;
-    globalObjPools = nullptr;
+    ::operator delete(globalPools);
+    globalPools = nullptr;
 }
 
 HVector<void*, int>** threadinternal::createLocalPools() {
-    if (objPoolLocks == nullptr) {
+    if (globalPools == nullptr) {
         return nullptr;
     }
     Pool** localPools = new Pool*[static_cast<unsigned>(globalPoolCount)];
@@ -141,8 +145,8 @@ void threadinternal::destroyLocalPools(HVector<void*, int>** localPools) {
         return;
     }
     for (int id = 0; id < globalPoolCount; ++id) {
-        if (objPoolLocks != nullptr) {
-            CriticalSection::Locker locker(*objPoolLocks[id]);
+        if (globalPools != nullptr) {
+            CriticalSection::Locker locker(globalPools[id].lock);
             delete localPools[id];
             trimGlobal(id);
         } else {
@@ -161,8 +165,8 @@ void Thread::dropCaches(Thread& thread) {
                 destroyPooled(takeLast(local), id);
             }
         }
-        CriticalSection::Locker locker(*objPoolLocks[id]);
-        globalObjPools[id]->clear();
+        CriticalSection::Locker locker(globalPools[id].lock);
+        globalPools[id].objects.clear();
     }
 }
 
@@ -172,9 +176,9 @@ void* Thread::getObjectFromPool(int poolId) {
     if (thread != nullptr && thread->localPools != nullptr &&
         thread->localPools[poolId]->size() > 0) {
         object = takeLast(*thread->localPools[poolId]);
-    } else if (objPoolLocks != nullptr) {
-        CriticalSection::Locker locker(*objPoolLocks[poolId]);
-        Pool& pool = *globalObjPools[poolId];
+    } else if (globalPools != nullptr) {
+        CriticalSection::Locker locker(globalPools[poolId].lock);
+        Pool& pool = globalPools[poolId].objects;
         object = pool.size() > 0 ? takeLast(pool) : nullptr;
     }
     if (object != nullptr && thread != nullptr && memoryAllocationReservesDepleting()) {
@@ -203,9 +207,9 @@ void Thread::putObjectToPool(void* object, int poolId) {
         local->append(object);
         return;
     }
-    CriticalSection::Locker locker(*objPoolLocks[poolId]);
+    CriticalSection::Locker locker(globalPools[poolId].lock);
     PoolsOff off(thread->poolsEnabled);
-    Pool& global = *globalObjPools[poolId];
+    Pool& global = globalPools[poolId].objects;
     if (local != nullptr) {
         for (int left = local->size() - kind.minLocalPoolSize(); left > 0; --left) {
             global.append(takeLast(*local));
