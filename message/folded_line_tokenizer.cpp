@@ -76,11 +76,14 @@ void* FoldedLineTokenizer::foldedFailed(int& size) {
 // a time-out to the next call; a scan that starts over finds the folds anew. Only the
 // first limit bytes are looked at: a token does not depend on how much happens to be buffered.
 void* FoldedLineTokenizer::readToken(int& size) {
+    const bool afterFinished = eolLength >= 0;
+    const int limit = std::min(limitFor(size), MaxTokenSize);
+    if (scanOffset >= limit) {
+        scanOffset = 0; // repeated after a time-out with less than was scanned
+    }
     if (scanOffset == 0) {
         foldCount = 0;
     }
-    const bool afterFinished = eolLength >= 0;
-    const int limit = std::min(limitFor(size), MaxTokenSize);
     int atHand = std::min(reader->canRead(), limit);
     bool asked = atHand <= 0; // the base was asked for more than was there
     if (asked) {
@@ -137,7 +140,7 @@ void* FoldedLineTokenizer::takeCut(const unsigned char* data, int limit, int lin
         lineEnd = 0;
     } else if (lineEnd == 0 && limit > 1) {
         const unsigned char last = data[limit - 1];
-        if ((has(4) && last == '\r') || (!has(4) && has(8) && last == '\n')) {
+        if ((has(4) && last == '\r') || (has(8) && last == '\n')) {
             size = limit - 1;
         }
     }

@@ -126,8 +126,8 @@ Tokens plainFolded(std::string_view text, int flags, std::size_t limit) {
                 size = limit - length;
             } else if (length > 0) {
                 cut = length;
-            } else if (limit > 1 && (flags & 4 ? view.back() == '\r'
-                                               : (flags & 8) != 0 && view.back() == '\n')) {
+            } else if (limit > 1 && (((flags & 4) != 0 && view.back() == '\r') ||
+                                     ((flags & 8) != 0 && view.back() == '\n'))) {
                 size = limit - 1;
             }
         }
@@ -339,6 +339,7 @@ TEST(FoldedLineTokenizer, FoldsLimitsAndEnds) {
         {1686, 9, "12345678\r\n", {{"12345678", false}, {"", true}, {"", false}}},
         {1686, 11, "12345678\r\nx\n", {{"12345678", true}, {"x", true}, {"", false}}},
         {1686, 4, "abcdefgh\n", {{"abcd", false}, {"efgh", false}, {"", true}, {"", false}}},
+        {0x69C, 4, "abc\n\rx", {{"abc", false}, {"", true}, {"x", false}, {"", false}}},
         {1686, 6, "ab\n cdef\n", {{"abcd", false}, {"ef", true}, {"", false}}},
     };
     for (const auto& row : rows) {
@@ -353,7 +354,7 @@ TEST(FoldedLineTokenizer, FoldsLimitsAndEnds) {
 
 TEST(FoldedLineTokenizer, RandomTextsInRandomPieces) {
     auto random = support::seededRandom("FoldedLineTokenizer.RandomTextsInRandomPieces");
-    const int words[] = {1686, 0x296, 0x96, 0x16, 0x616, 0x694, 0x68A, 0x686};
+    const int words[] = {1686, 0x296, 0x96, 0x16, 0x616, 0x694, 0x68A, 0x686, 0x69C};
     const std::string alphabet("\r\n\r\n \t\0abcd", 11);
     for (int round = 0; round < 6000; ++round) {
         const std::string text = support::randomText(random, alphabet, 50);
@@ -416,6 +417,18 @@ TEST(FoldedLineTokenizer, ATimeoutConsumesNothing) {
     }
     EXPECT_EQ(drain(tokenizer, source, 0, false),
               (Tokens{{"a:b", true}, {"c", true}, {"", false}}));
+}
+
+TEST(FoldedLineTokenizer, ASmallerLimitAfterATimeoutStartsOver) {
+    int step = 0;
+    Source source("abcdefgh\n ij\n kl\nmn\n", [&] { return step++ == 1 ? 0 : 14; });
+    FoldedLineTokenizer tokenizer(&source, 1686, true);
+    int size = 0;
+    tokenizer.readToken(size);
+    EXPECT_EQ(size, 14);
+    EXPECT_EQ(
+        drain(tokenizer, source, 6, true),
+        (Tokens{{"abcdef", false}, {"ghij", false}, {"kl", true}, {"mn", true}, {"", false}}));
 }
 
 TEST(FoldedLineTokenizer, WithoutAStreamAndWithOneLater) {
