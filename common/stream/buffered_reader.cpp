@@ -188,7 +188,7 @@ int BufferedReaderImpl::fill(int room) {
 void BufferedReaderImpl::growFor(int wanted) {
     const int available = unread();
     if (available >= allocatedSize) {
-        reallocate(std::min(allocatedSize + BlockSize, maximumSize));
+        reallocate(allocatedSize + std::min(BlockSize, maximumSize - allocatedSize));
         return;
     }
     if (fillPointer < start + allocatedSize) {
@@ -299,13 +299,13 @@ long long BufferedReaderImpl::lseek(long long offset, Seek origin) {
     const long long begin = end - (fillPointer - start);
     long long target = offset;
     if (origin == SeekCurrent) {
-        target += begin + (readPointer - start);
+        target = seekTarget(begin + (readPointer - start), offset);
     } else if (origin == SeekEnd) {
         const long long size = getSize();
         if (size < 0) {
             return -1;
         }
-        target += size;
+        target = seekTarget(size, offset);
     }
     if (target >= begin && target <= end) {
         readPointer = start + (target - begin);
@@ -316,7 +316,6 @@ long long BufferedReaderImpl::lseek(long long offset, Seek origin) {
         }
         readPointer = fillPointer = start;
     }
-    lastFillFailed = false;
     return target;
 }
 

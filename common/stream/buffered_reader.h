@@ -53,7 +53,8 @@ public:
 
     // A reader over stream, with one reference for the caller: stream itself where it is a
     // BufferedReader that can hold size bytes (or all of its data), and otherwise a new
-    // BufferedReaderImpl(stream, size). Requires: stream is not null.
+    // BufferedReaderImpl(stream, size).
+    // Requires: stream is not null, size is above 0.
     static BufferedReader* getStream(Stream* stream, int size);
 
     // A BufferedReaderImpl with no base and a largest size of 4096.
@@ -104,7 +105,8 @@ public:
     unsigned getSentCount(bool reset) const override;
 
     // Counts as if there were no buffer. A target within the buffered range costs no seek of the
-    // base's and keeps the buffer. EINVAL and -1 for an unknown origin.
+    // base's and keeps the buffer. EINVAL and -1 for an unknown origin. The input state is not
+    // reset by it, only by the next read on the base that brings data.
     long long lseek(long long offset, Seek origin) override;
     long long getSize() const override;
 

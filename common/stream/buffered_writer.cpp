@@ -124,8 +124,11 @@ int BufferedWriterImpl::write(const void* data, int dataSize) {
         Thread::setLastError(HE_INVAL);
         return -1;
     }
+    if (dataSize == 0) {
+        return 0;
+    }
     const int free = room();
-    if (dataSize < free || dataSize == 0) {
+    if (dataSize < free) {
         std::memcpy(writePointer, data, static_cast<std::size_t>(dataSize));
         writePointer += dataSize;
         return dataSize;

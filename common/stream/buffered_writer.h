@@ -46,7 +46,8 @@ public:
 
     // A writer over stream, with one reference for the caller: stream itself where it is a
     // BufferedWriter with a buffer of at least size bytes, and otherwise a new
-    // BufferedWriterImpl(stream, size). Requires: stream is not null.
+    // BufferedWriterImpl(stream, size).
+    // Requires: stream is not null, size is above 0.
     static BufferedWriter* getStream(Stream* stream, int size);
 
     // A BufferedWriterImpl with no base and a size of 4096.

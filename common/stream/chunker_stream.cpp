@@ -67,8 +67,12 @@ void ChunkerStream::setRange(long long start, long long size) {
 bool ChunkerStream::prepare(int& size) {
     if (chunkStart >= 0 && mustSeekFirst) {
         mustSeekFirst = false;
-        if (base->lseek(chunkStart, SeekStart) != chunkStart) {
+        const long long reached = base->lseek(chunkStart, SeekStart);
+        if (reached != chunkStart) {
             makeBad();
+        }
+        if (reached < 0) {
+            return false; // with the base's error
         }
     }
     if (chunkStart < 0) {
@@ -123,9 +127,9 @@ long long ChunkerStream::lseek(long long offset, Seek origin) {
     }
     long long target = offset;
     if (origin == SeekCurrent) {
-        target += position;
+        target = seekTarget(position, offset);
     } else if (origin == SeekEnd) {
-        target += chunkSize;
+        target = seekTarget(chunkSize, offset);
     } else if (origin != SeekStart) {
         target = -1;
     }

@@ -24,7 +24,8 @@ public:
     void* doCastInternal(CastableId* id) const override;
     CastableId* getOwnCastableId() const override;
 
-    // Cut to what remains in the chunk; 0 at its end.
+    // Cut to what remains in the chunk; 0 at its end. -1 with HE_INVALOP for a bad chunk, which it
+    // also becomes when the base cannot be sought to its start: then with the base's error.
     int read(void* buffer, int size) override;
     int write(const void* buffer, int size) override;
 

@@ -40,9 +40,16 @@ bool isDirectoryAt(int parent, const dirent& entry) {
            S_ISDIR(status.st_mode);
 }
 
-// Removes all that is in a directory, which it takes over. The depth is bounded by the descriptors
-// that the process may have; going deeper fails.
-int removeContent(DirectoryHolder directory) {
+// The levels that a removal goes down: each costs a descriptor and a stack frame, and no path that
+// a search can report has more.
+constexpr int MaxDepth = 1024;
+
+// Removes all that is in a directory, which it takes over, from so many levels and no more.
+int removeContent(DirectoryHolder directory, int levels) {
+    if (levels == 0) {
+        Thread::setLastError(HE_NAMETOOLONG);
+        return -1;
+    }
     const int parent = dirfd(directory.get());
     for (;;) {
         errno = 0;
@@ -66,7 +73,7 @@ int removeContent(DirectoryHolder directory) {
                 errno = error;
                 return -1;
             }
-            if (removeContent(DirectoryHolder(child)) < 0) {
+            if (removeContent(DirectoryHolder(child), levels - 1) < 0) {
                 return -1;
             }
             kind = AT_REMOVEDIR;
@@ -251,7 +258,7 @@ int Dir::remove(int recursive) {
         return -1;
     }
     DirectoryHolder content(opendir(path));
-    if (content == nullptr || removeContent(std::move(content)) < 0) {
+    if (content == nullptr || removeContent(std::move(content), MaxDepth) < 0) {
         return -1;
     }
     return rmdir(path);

@@ -53,8 +53,9 @@ public:
     int checkAttr();
 
     // Removes the empty directory, or with recursive not 0 the whole tree: stops on the first
-    // failure. 0, or -1; ENOENT or ENOTDIR when the path is no directory to begin with. Symbolic
-    // links are removed, not followed.
+    // failure. 0, or -1; ENOENT or ENOTDIR when the path is no directory to begin with, and
+    // HE_NAMETOOLONG for a tree of more than 1024 levels. Symbolic links in the tree are removed,
+    // not followed.
     int remove(int recursive);
 
     // Makes the path and all missing directories above it. 0, or -1; for a path that exists

@@ -106,10 +106,10 @@ long long MemoryStream::lseek(long long offset, Seek origin) {
     case SeekStart:
         break;
     case SeekCurrent:
-        target += position;
+        target = seekTarget(position, offset);
         break;
     case SeekEnd:
-        target += size;
+        target = seekTarget(size, offset);
         break;
     default:
         Thread::setLastError(HE_INVAL);
@@ -131,14 +131,22 @@ int MemoryStream::truncate(long long newSize) {
 
 int MemoryStream::copy(Stream& target, long long& count) {
     const char* data = buffer + position;
-    int offered = remaining();
-    if (count > 0 && count < offered) {
-        offered = static_cast<int>(count);
+    long long left = size - position;
+    if (count > 0 && count < left) {
+        left = count;
     }
-    const int written = target.writeAll(data, offered);
     position = size;
-    count = std::max(written, 0);
-    return written < offered ? -1 : 0;
+    count = 0;
+    do {
+        const int offered = static_cast<int>(std::min<long long>(left, INT_MAX));
+        const int written = target.writeAll(data + count, offered);
+        count += std::max(written, 0);
+        if (written < offered) {
+            return -1;
+        }
+        left -= offered;
+    } while (left > 0);
+    return 0;
 }
 
 Stream::State MemoryStream::getInputState() const {

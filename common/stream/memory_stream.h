@@ -49,8 +49,8 @@ public:
     // negative one. The position stays within. Nothing is freed.
     int truncate(long long newSize) override;
 
-    // One writeAll of what remains, or of count bytes if that is less and not 0; nothing more is
-    // left to read after that. 0, or -1 if fewer bytes went through.
+    // One writeAll (or one for each 2 GiB) of what remains, or of count bytes if that is less and
+    // not 0; nothing more is left to read after that. 0, or -1 if fewer bytes went through.
     int copy(Stream& target, long long& count) override;
 
     State getInputState() const override;

@@ -63,10 +63,10 @@ long long NullStream::lseek(long long offset, Seek origin) {
         position = offset;
         break;
     case SeekCurrent:
-        position += offset;
+        position = seekTarget(position, offset);
         break;
     case SeekEnd:
-        position = size + offset;
+        position = seekTarget(size, offset);
         break;
     default:
         Thread::setLastError(HE_INVAL);

@@ -28,6 +28,14 @@ int Stream::notAllowed() {
     return -1;
 }
 
+long long Stream::seekTarget(long long from, long long offset) {
+    long long sum;
+    if (!__builtin_add_overflow(from, offset, &sum)) {
+        return sum;
+    }
+    return offset < 0 ? LLONG_MIN : LLONG_MAX;
+}
+
 void Stream::release(const Stream* stream) {
     if (stream == nullptr || Thread::isOnStack(stream)) {
         return;

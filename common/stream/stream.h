@@ -136,6 +136,9 @@ protected:
     // Sets HE_INVALOP and gives -1.
     static int notAllowed();
 
+    // The sum of a position and an offset, held within the range of its type.
+    static long long seekTarget(long long from, long long offset);
+
 private:
     mutable int references = 1;
 };

@@ -4,6 +4,7 @@
 #include "common/stream/buffered_reader.h"
 #include "common/stream/buffered_writer.h"
 #include "common/stream/chunker_stream.h"
+#include "common/stream/fd_stream.h"
 #include "common/stream/memory_stream.h"
 #include "common/thread/thread.h"
 #include "tests/stream/streams.h"
@@ -11,6 +12,9 @@
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
+#include <climits>
 #include <memory>
 #include <string>
 #include <vector>
@@ -136,6 +140,9 @@ TEST(BufferedReader, CopyCountsStopsAndTellsAFailure) {
     count = 0;
     EXPECT_EQ(failing.copy(sink, count), -1);
     EXPECT_EQ(count, 3);
+    EXPECT_EQ(failing.lseek(0, Stream::SeekCurrent), 3); // to ask for the position hides nothing
+    EXPECT_EQ(failing.getInputState(), Stream::StateError);
+    EXPECT_EQ(failing.lseek(LLONG_MAX, Stream::SeekCurrent), LLONG_MAX);
 }
 
 TEST(BufferedReader, SetBufferSizeRules) {
@@ -273,6 +280,7 @@ TEST(BufferedWriter, WhatTheBaseRefusesStays) {
     EXPECT_EQ(sink.text, "abcdefghijkl");
 
     BufferedWriterImpl orphan(nullptr, 8);
+    EXPECT_EQ(orphan.write(nullptr, 0), 0);
     EXPECT_EQ(orphan.write("abc", 3), 3);
     EXPECT_EQ(orphan.flush(), -1);
     EXPECT_EQ(orphan.resetComposableStream(), 0);
@@ -373,4 +381,15 @@ TEST(ChunkerStream, SeeksWithinAndStartsAtThePresentPosition) {
     ChunkerStream unseekable(&sink, 0, 3);
     EXPECT_EQ(unseekable.write("x", 1), -1);
     EXPECT_EQ(unseekable.getOutputState(), Stream::StateError);
+
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    FDStream raw(ends[0]);
+    ChunkerStream piped(&raw, 0, 3);
+    EXPECT_EQ(piped.read(buffer, 1), -1);
+    EXPECT_EQ(Thread::getLastError(), static_cast<unsigned>(ESPIPE));
+    EXPECT_EQ(piped.read(buffer, 1), -1);
+    EXPECT_EQ(Thread::getLastError(), HE_INVALOP);
+    ::close(ends[0]);
+    ::close(ends[1]);
 }

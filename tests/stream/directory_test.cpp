@@ -159,6 +159,22 @@ TEST(Directory, Remove) {
     EXPECT_EQ(Thread::getLastError(), HE_NOTDIR);
     EXPECT_EQ(Dir((root / "missing").c_str()).remove(1), -1);
     EXPECT_EQ(Thread::getLastError(), HE_NOENT);
+
+    // A tree too deep for a bounded stack is refused. It grows, and goes, at its upper end.
+    const std::string well = root / "well";
+    const std::string next = root / "next";
+    fs::create_directory(well);
+    for (int i = 0; i < 1100; ++i) {
+        fs::create_directory(next);
+        fs::rename(well, next + "/d");
+        fs::rename(next, well);
+    }
+    EXPECT_EQ(Dir(well.c_str()).remove(1), -1);
+    while (fs::exists(well + "/d")) {
+        fs::rename(well + "/d", next);
+        fs::remove(well);
+        fs::rename(next, well);
+    }
     fs::create_directory(root / "empty");
     EXPECT_EQ(Dir((root / "empty").c_str()).remove(0), 0);
 }

@@ -15,6 +15,9 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/mman.h>
+
+#include <climits>
 #include <memory>
 #include <string>
 
@@ -279,6 +282,7 @@ TEST(NullStream, CountsPositionAndSize) {
     EXPECT_EQ(stream.getSentCount(false), 3u);
     EXPECT_EQ(stream.lseek(-5, Stream::SeekEnd), 8);
     EXPECT_EQ(stream.lseek(-50, Stream::SeekCurrent), 0);
+    EXPECT_EQ(stream.lseek(LLONG_MAX, Stream::SeekEnd), LLONG_MAX);
     EXPECT_EQ(stream.lseek(0, static_cast<Stream::Seek>(3)), -1);
     EXPECT_EQ(Thread::getLastError(), HE_INVAL);
     EXPECT_EQ(stream.truncate(-1), -1);
@@ -297,6 +301,8 @@ TEST(MemoryStream, OneWindowForBothDirections) {
     EXPECT_EQ(stream.getOutputState(), Stream::StateEnd);
     EXPECT_EQ(stream.lseek(100, Stream::SeekStart), 10);
     EXPECT_EQ(stream.lseek(-1, Stream::SeekStart), 0);
+    EXPECT_EQ(stream.lseek(LLONG_MAX, Stream::SeekEnd), 10);
+    EXPECT_EQ(stream.lseek(LLONG_MIN, Stream::SeekCurrent), 0);
     EXPECT_EQ(stream.lseek(-3, Stream::SeekEnd), 7);
     char buffer[10];
     EXPECT_EQ(stream.read(buffer, 10), 3);
@@ -334,4 +340,18 @@ TEST(MemoryStream, CopyIsOneWrite) {
     count = 0;
     EXPECT_EQ(stream.copy(full, count), -1);
     EXPECT_EQ(count, 0);
+}
+
+TEST(MemoryStream, CopyOfMoreThanAnIntCountsLosesNothing) {
+    const std::size_t size = 3UL << 30;
+    void* block =
+        mmap(nullptr, size, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    ASSERT_NE(block, MAP_FAILED);
+    MemoryStream stream(block, static_cast<long long>(size));
+    NullStream target;
+    long long count = 0;
+    EXPECT_EQ(stream.copy(target, count), 0);
+    EXPECT_EQ(count, 3LL << 30);
+    EXPECT_EQ(target.getSize(), count);
+    munmap(block, size);
 }
