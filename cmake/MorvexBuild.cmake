@@ -23,6 +23,9 @@ if(MORVEX_SANITIZE)
     target_compile_options(morvex_flags INTERFACE
         -fsanitize=${MORVEX_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(morvex_flags INTERFACE -fsanitize=${MORVEX_SANITIZE})
+    # g++ loses track of what is initialized in code that it has instrumented.
+    target_compile_options(morvex_flags INTERFACE
+        $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
 elseif(CMAKE_BUILD_TYPE STREQUAL "Release")
     target_compile_options(morvex_flags INTERFACE
         -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong)
@@ -36,7 +39,10 @@ function(morvex_library name)
     target_link_libraries(${name} PUBLIC ${ARG_DEPENDS} PRIVATE $<BUILD_INTERFACE:morvex_flags>)
 endfunction()
 
-# morvex_test(NAME [DEPENDS lib...] SOURCES file...): a GoogleTest binary and its CTest entries.
+# morvex_test(NAME [DEPENDS lib...] [LABELS label...] SOURCES file...): a GoogleTest binary and its
+# CTest entry. The label "threads" marks tests that start threads of their own; the target
+# thread_tests builds them all.
+add_custom_target(thread_tests)
 function(morvex_test name)
     cmake_parse_arguments(ARG "" "" "DEPENDS;SOURCES;LABELS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
@@ -44,6 +50,9 @@ function(morvex_test name)
     target_link_libraries(${name} PRIVATE ${ARG_DEPENDS} morvex_flags GTest::gtest GTest::gtest_main)
     add_test(NAME ${name} COMMAND ${name})
     set_tests_properties(${name} PROPERTIES TIMEOUT 300)
+    if("threads" IN_LIST ARG_LABELS)
+        add_dependencies(thread_tests ${name})
+    endif()
     if(ARG_LABELS)
         set_tests_properties(${name} PROPERTIES LABELS "${ARG_LABELS}")
     endif()
