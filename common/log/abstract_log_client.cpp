@@ -2,7 +2,21 @@
 
 #include "common/log/thread_log.h"
 
+#include <cerrno>
+
 namespace {
+
+// Brings the last error back at the end of the scope.
+class KeptError {
+public:
+    KeptError() = default;
+    KeptError(const KeptError&) = delete;
+    KeptError& operator=(const KeptError&) = delete;
+    ~KeptError() { errno = code; }
+
+private:
+    const int code = errno;
+};
 
 constexpr const char* incoming = "<< ";
 constexpr const char* outgoing = ">> ";
@@ -14,6 +28,7 @@ AbstractLogClient::~AbstractLogClient() = default;
 // A variadic function can't hand its arguments to another one by a call, so each of the twelve
 // operations below takes them up itself; these macros are what they have in common.
 #define LOG_WITH_ID(level, prefix)                                                                 \
+    const KeptError kept;                                                                          \
     va_list arguments;                                                                             \
     va_start(arguments, format);                                                                   \
     log(level, id, prefix, format, arguments);                                                     \
@@ -22,6 +37,7 @@ AbstractLogClient::~AbstractLogClient() = default;
 #define LOG_TO_THREAD(level, prefix)                                                               \
     const ThSpecificLogClient* record = thsLog.get();                                              \
     if (record != nullptr && record->client != nullptr) {                                          \
+        const KeptError kept;                                                                      \
         va_list arguments;                                                                         \
         va_start(arguments, format);                                                               \
         record->client->log(level, record->id, prefix, format, arguments);                         \
@@ -79,6 +95,7 @@ void AbstractLogClient::st_logProtoOut(const char* format, ...) {
 void AbstractLogClient::st_logProtoIn(int length, const char* data) {
     const ThSpecificLogClient* record = thsLog.get();
     if (record != nullptr && record->client != nullptr) {
+        const KeptError kept;
         record->client->log(LOG_BIT_PROTOCOL, record->id, incoming, data, length);
     }
 }
@@ -86,6 +103,7 @@ void AbstractLogClient::st_logProtoIn(int length, const char* data) {
 void AbstractLogClient::st_logProtoOut(int length, const char* data) {
     const ThSpecificLogClient* record = thsLog.get();
     if (record != nullptr && record->client != nullptr) {
+        const KeptError kept;
         record->client->log(LOG_BIT_PROTOCOL, record->id, outgoing, data, length);
     }
 }

@@ -2,8 +2,9 @@
 // of what it wants. The st_ operations log to the client of the current thread, if it has one, so
 // that code deep in a library need not be handed a client.
 //
-// Logging never reports a failure: a thread without a client logs nothing, and a text that is too
-// long is cut.
+// Logging never reports a failure: a thread without a client logs nothing, a text that is too long
+// is cut, and the last error stays as it was, so that a failure may be logged before it is
+// returned.
 
 #ifndef MORVEX_COMMON_LOG_ABSTRACT_LOG_CLIENT_H
 #define MORVEX_COMMON_LOG_ABSTRACT_LOG_CLIENT_H
@@ -22,6 +23,9 @@ class AbstractLogClient {
 public:
     virtual ~AbstractLogClient();
 
+    // What a client implements; here the last error is its own affair. Both are called through the
+    // operations below.
+    //
     // Logs a formatted text: `level` is one severity bit, `id` says what the text is about (such as
     // a mail's id), `prefix` may be null.
     virtual void log(int level, unsigned id, const char* prefix, const char* format,

@@ -7,7 +7,7 @@
 namespace {
 
 // The most that each field in front of the text may add.
-constexpr int levelRoom = 12; // "<%02d>" of any level
+constexpr int levelRoom = 13; // "<%02d>" of any level
 constexpr int timeRoom = 20;
 constexpr int hostRoom = 32;
 constexpr int nameRoom = 32;

@@ -4,6 +4,7 @@
 #include "common/log/thread_log.h"
 #include "common/log/thread_log_client.h"
 #include "common/stream/memory_stream.h"
+#include "common/stream/null_stream.h"
 #include "tests/runtime/runtime.h"
 
 #include <time.h>
@@ -11,6 +12,7 @@
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <string>
 
 namespace {
@@ -61,6 +63,12 @@ TEST_F(LogTest, LineOfTheLogServer) {
         LogLine line(8, when, "localhost", row.name, 42, row.prefix);
         EXPECT_EQ(finish(line, "%s", row.text), row.line);
     }
+}
+
+TEST_F(LogTest, OddLevelOrTimeKeepsTheFormat) {
+    const time_t farAway = std::numeric_limits<time_t>::max();
+    LogLine line(std::numeric_limits<int>::min(), farAway, "localhost", "q", 1, nullptr);
+    EXPECT_EQ(finish(line, "x"), "<-2147483648>01-00 00:00:00 +0000 localhost q:00000001: x\n");
 }
 
 TEST_F(LogTest, ZoneOffsetAcrossMidnight) {
@@ -139,6 +147,14 @@ private:
     MemoryStream stream;
 };
 
+class FailingStream : public NullStream {
+public:
+    int write(const void*, int) override {
+        Thread::setLastError(EPIPE);
+        return -1;
+    }
+};
+
 TEST_F(LogTest, ClientLogsWhatItsMaskHolds) {
     LineCatcher lines;
     LogClient client("mail", 0, nullptr, 0);
@@ -168,6 +184,11 @@ TEST_F(LogTest, ClientLogsWhatItsMaskHolds) {
     client.logChunk(8, 0, 1, nullptr, "chunk", 0);
     EXPECT_EQ(lines.take(), "<02> localhost mail:00000001: p dat\n"
                             "<08> localhost mail:00000001: chunk\n");
+    FailingStream failing;
+    client.setStream(&failing);
+    Thread::setLastError(HE_CRC);
+    client.logError(1, "lost");
+    EXPECT_EQ(Thread::getLastError(), HE_CRC) << "of what is logged, not of the logging";
     client.setStream(nullptr);
     client.logError(1, "without a stream");
     EXPECT_EQ(lines.take(), "");
