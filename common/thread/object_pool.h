@@ -27,6 +27,7 @@ public:
     virtual int maxLocalPoolSize() const;  // 4
     virtual int minGlobalPoolSize() const; // 256
     virtual int maxGlobalPoolSize() const; // 1024
+    // May be called under the lock of the process's cache: it gets no object from a pool.
     virtual void destroyObject(void* object);
     // The usable size of an object in bytes, where that means something; 0 by default.
     virtual int getSize() const;

@@ -25,7 +25,8 @@ public:
     int wait(int condition, int timeout);
     void signal(int condition);
     void signalAll(int condition);
-    // The new number of conditions for the lock's users, or -1.
+    // The new number of conditions for the lock's users, or -1 with HE_INVAL for a negative count.
+    // Requires: the caller holds the lock, or no other thread knows it yet.
     int addConditions(int count);
 
     // Holds one level of the lock for the life of the object.

@@ -54,7 +54,9 @@ public:
     // Work for the end of the runtime. Hooks are not owned.
     class CleanupHook {
     public:
-        // Called once, by Thread::cleanup, while the global locks still exist.
+        // Called once, by Thread::cleanup, while the global locks still exist. The end has begun
+        // by then: `initialized` is false, everything counts as on the stack, and shared objects
+        // can't be locked any more. It registers no further hook.
         virtual void cleanup() = 0;
 
     protected:
@@ -76,6 +78,7 @@ public:
 
     // A thread object, not yet started. With `usePools` the thread keeps caches of its own for
     // pooled objects. Its thread-specific data is made here.
+    // Requires: all keys and pools are registered (no Thread is a static object).
     explicit Thread(bool usePools);
     Thread(const Thread&) = delete;
     Thread& operator=(const Thread&) = delete;
@@ -92,8 +95,9 @@ public:
     // leaves it is logged and aborts the process.
     virtual int run();
 
-    // Starts the thread, detached if `detach` is not 0. 0, or -1: HE_THSTARTED if it was started
-    // before and not joined, else the reason, and it can be started again then.
+    // Starts the thread, detached if `detach` is not 0. 0, with the last error 0 too, or -1:
+    // HE_THSTARTED if it was started before and not joined, else the reason (HE_NOMEM or the
+    // platform's), and it can be started again then.
     // Requires: init has run, and cleanup not since.
     int start(int detach);
     // Waits for the end and gives run's result; the thread can be started again. Throws hexcept:
@@ -188,6 +192,7 @@ public:
     // The path to use: `path` itself if it is absolute (also with a drive letter), otherwise `out`,
     // filled with the working directory, a slash and `path`. A null path gives the working
     // directory. Null with HE_INVALOP if the working directory is needed and unknown.
+    // Requires: `path` is no text of `out`.
     static const char* getWorkingPath(const char* path, std::string& out);
 
     // --- Process-wide state ---
