@@ -10,6 +10,24 @@
 std::atomic<bool> reservesDepleting{false};
 std::atomic<bool> noStackMemory{false};
 std::atomic<int> moreMemoryRequests{0};
+std::atomic<int> failingCreates{0};
+
+extern "C" {
+
+using ThreadMain = void* (*)(void*);
+int __real_pthread_create(pthread_t*, const pthread_attr_t*, ThreadMain, void*);
+int __wrap_pthread_create(pthread_t*, const pthread_attr_t*, ThreadMain, void*);
+
+int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, ThreadMain start,
+                          void* argument) {
+    if (failingCreates > 0) {
+        --failingCreates;
+        return EAGAIN;
+    }
+    return __real_pthread_create(thread, attributes, start, argument);
+}
+
+} // extern "C"
 
 // These take the place of the library's stand-ins, as those of a process's own allocator do.
 bool memoryAllocationReservesDepleting() {

@@ -45,7 +45,10 @@ bool eventually(const std::function<bool()>& condition);
 // Answers of the allocator that this test binary stands in for.
 extern std::atomic<bool> reservesDepleting;
 extern std::atomic<bool> noStackMemory;
-extern std::atomic<int> moreMemoryRequests;
+extern std::atomic<int> moreMemoryRequests; // how often it was asked; it says yes ten times
+
+// While above 0, pthread_create fails and counts it down.
+extern std::atomic<int> failingCreates;
 
 // A log hook for death tests.
 void logToStandardError(int level, const char* format, ...) __attribute__((format(printf, 2, 3)));

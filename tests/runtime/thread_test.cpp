@@ -181,6 +181,26 @@ TEST_F(ThreadTest, StartWithoutMemoryLeavesNothingBehind) {
     EXPECT_EQ(Thread::globalCount, 0);
 }
 
+TEST_F(ThreadTest, StartTriesAgainAsOftenAsMemoryIsSetFree) {
+    Worker worker([] { return 5; });
+    const struct { int failures, result, requests; } rows[] = {{1, 0, 1}, {4, 0, 4}, {5, -1, 4}};
+    for (const auto& row : rows) {
+        failingCreates = row.failures;
+        moreMemoryRequests = 0;
+        EXPECT_EQ(worker.start(0), row.result) << row.failures;
+        EXPECT_EQ(failingCreates, 0);
+        EXPECT_EQ(moreMemoryRequests, row.requests) << row.failures;
+        if (row.result == 0) {
+            EXPECT_EQ(worker.join(), 5);
+        }
+    }
+    EXPECT_EQ(Thread::getLastError(), static_cast<unsigned>(EAGAIN));
+    EXPECT_FALSE(worker.isRunning());
+    EXPECT_EQ(worker.getId(), static_cast<pthread_t>(-1));
+    EXPECT_EQ(Thread::globalCount, 0);
+    EXPECT_EQ(worker.start(0), 0) << "a failed start leaves a thread that can be started";
+}
+
 TEST_F(ThreadTest, CountsAndPausesThreads) {
     std::atomic<bool> started{false};
     std::atomic<bool> go{false};
