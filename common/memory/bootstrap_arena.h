@@ -21,28 +21,30 @@ public:
             return nullptr;
         }
         const std::uint32_t rounded = ((static_cast<std::uint32_t>(size) - 1) | 7) + 1;
-        std::uint32_t position = used.load(std::memory_order_relaxed);
+        std::uint32_t position = mvxAllocSize.load(std::memory_order_relaxed);
         std::uint32_t start;
         do {
             start = rounded > 8 ? (position + 15) & ~15U : position;
             if (start > Capacity || rounded > Capacity - start) {
                 return nullptr;
             }
-        } while (!used.compare_exchange_weak(position, start + rounded, std::memory_order_relaxed));
-        return buffer + start;
+        } while (!mvxAllocSize.compare_exchange_weak(position, start + rounded,
+                                                     std::memory_order_relaxed));
+        return mvxAllocBuffer + start;
     }
 
+    // True for every block given out, so also for the end of a full arena: a size of 0 gets that.
     bool contains(const void* block) const noexcept {
         const auto address = reinterpret_cast<std::uintptr_t>(block);
-        const auto begin = reinterpret_cast<std::uintptr_t>(buffer);
-        return address - begin < Capacity; // wraps for an address below the buffer
+        const auto begin = reinterpret_cast<std::uintptr_t>(mvxAllocBuffer);
+        return address - begin <= Capacity; // wraps for an address below the arena
     }
 
-    std::uint32_t getUsed() const noexcept { return used.load(std::memory_order_relaxed); }
+    std::uint32_t getUsed() const noexcept { return mvxAllocSize.load(std::memory_order_relaxed); }
 
 private:
-    alignas(16) unsigned char buffer[Capacity]{};
-    std::atomic<std::uint32_t> used{0};
+    alignas(16) unsigned char mvxAllocBuffer[Capacity]{};
+    std::atomic<std::uint32_t> mvxAllocSize{0};
 };
 
 #endif

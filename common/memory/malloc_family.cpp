@@ -40,47 +40,46 @@ void* outOfMemory() {
     return nullptr;
 }
 
-// The holder of the lock cannot wait for it: the arena serves it, and when that is full it pauses
-// and tries again. True to try again, with `block` set where the arena had room.
-bool serveLockHolder(std::size_t size, int& tries, void*& block) {
-    block = mvxAllocArena.allocate(size);
-    if (block == nullptr) {
-        if (tries >= maxWaits) {
-            return false;
+// What malloc does after an attempt failed; kept apart so that the attempt itself costs little.
+[[gnu::noinline]] void* allocateAfterFailure(std::size_t size) {
+    for (int tries = 0;;) {
+        void* block = nullptr;
+        if (!isMarkedHolder()) {
+            if (!requestMoreMemory(tries)) {
+                return outOfMemory();
+            }
+        } else if ((block = mvxAllocArena.allocate(size)) != nullptr) {
+            return block; // the holder of the lock cannot wait for it
+        } else if (tries >= maxWaits) {
+            return outOfMemory();
+        } else {
+            ++tries;
+            Thread::sleep(waitMilliseconds);
         }
-        ++tries;
-        Thread::sleep(waitMilliseconds);
+        block = real_malloc(size);
+        if (block != nullptr) {
+            return block;
+        }
     }
-    return true;
+}
+
+[[gnu::noinline]] void* allocateInArena(std::size_t size) {
+    void* block = mvxAllocArena.allocate(size);
+    return block != nullptr ? block : outOfMemory();
 }
 
 } // namespace
 
 extern "C" MORVEX_EXPORT void* malloc(std::size_t size) noexcept {
-    if (!mvxAllocInitialized.load(std::memory_order_relaxed)) {
-        void* block = mvxAllocArena.allocate(size);
-        return block != nullptr ? block : outOfMemory();
+    if (!mvxAllocInitialized.load(std::memory_order_relaxed)) [[unlikely]] {
+        return allocateInArena(size);
     }
     refillReserve(true);
     if (size == 0) {
         size = smallestAllocation;
     }
-    for (int tries = 0;;) {
-        void* block = real_malloc(size);
-        if (block != nullptr) {
-            return block;
-        }
-        if (isMarkedHolder()) {
-            if (!serveLockHolder(size, tries, block)) {
-                return outOfMemory();
-            }
-            if (block != nullptr) {
-                return block;
-            }
-        } else if (!requestMoreMemory(tries)) {
-            return outOfMemory();
-        }
-    }
+    void* block = real_malloc(size);
+    return block != nullptr ? block : allocateAfterFailure(size);
 }
 
 extern "C" MORVEX_EXPORT void free(void* block) noexcept {

@@ -1,6 +1,12 @@
 #include "common/memory/memory_state.h"
 
 namespace memory_state {
+namespace {
+
+void keepBlock(void*) noexcept {
+}
+
+} // namespace
 
 constinit std::atomic<bool> mvxAllocInitialized{false};
 constinit std::atomic<bool> mvxFreeDisabled{false};
@@ -8,9 +14,9 @@ constinit bool mvxAllocCheck = false;
 constinit std::int32_t mvxAllocPaddingBefore = 0;
 constinit std::int32_t mvxAllocPaddingAfter = 0;
 
-constinit MallocFunction real_malloc = nullptr;
-constinit ReallocFunction real_realloc = nullptr;
-constinit FreeFunction real_free = nullptr;
+constinit RealMalloc real_malloc = nullptr;
+constinit RealRealloc real_realloc = nullptr;
+constinit RealFree real_free = keepBlock;
 
 constinit std::uint64_t maxAllocationSize = 0;
 

@@ -17,6 +17,9 @@
 #include <cstddef>
 #include <cstdint>
 
+// Hidden: the fast paths reach it without a detour through the global offset table.
+#pragma GCC visibility push(hidden)
+
 namespace memory_state {
 
 inline constexpr std::uint32_t arenaSize = 262144;
@@ -35,10 +38,14 @@ extern bool mvxAllocCheck;
 extern std::int32_t mvxAllocPaddingBefore;
 extern std::int32_t mvxAllocPaddingAfter;
 
-// The allocator underneath.
-extern MallocFunction real_malloc;
-extern ReallocFunction real_realloc;
-extern FreeFunction real_free;
+// The allocator underneath. Until it is known real_free ignores its argument: the C library may
+// have given a block out by a function other than malloc before.
+using RealMalloc = void* (*)(std::size_t size) noexcept;
+using RealRealloc = void* (*)(void* block, std::size_t size) noexcept;
+using RealFree = void (*)(void* block) noexcept;
+extern RealMalloc real_malloc;
+extern RealRealloc real_realloc;
+extern RealFree real_free;
 
 extern std::uint64_t maxAllocationSize; // the address space limit; 0 if it could not be read
 
@@ -65,9 +72,11 @@ extern std::atomic<bool> restartRequested;
 extern std::int32_t kernelAllocCount;
 extern std::int64_t kernelAllocSize;
 
-// True if the caller holds mvxAllocCS under the mark: it must not wait for the lock again.
+// True if the caller holds mvxAllocCS under the mark: it must not wait for the lock again. The id
+// is read after the mark and was written before it, so a former holder never takes itself for the
+// present one.
 inline bool isMarkedHolder() {
-    return mvxAllocLocked.load(std::memory_order_relaxed) &&
+    return mvxAllocLocked.load(std::memory_order_acquire) &&
            mvxAllocThreadId.load(std::memory_order_relaxed) == pthread_self();
 }
 
@@ -103,7 +112,7 @@ public:
 private:
     static void mark() {
         mvxAllocThreadId.store(pthread_self(), std::memory_order_relaxed);
-        mvxAllocLocked.store(true, std::memory_order_relaxed);
+        mvxAllocLocked.store(true, std::memory_order_release);
     }
     static void unmark() { mvxAllocLocked.store(false, std::memory_order_relaxed); }
 
@@ -122,5 +131,7 @@ inline void refillReserve(bool fromMalloc) {
 }
 
 } // namespace memory_state
+
+#pragma GCC visibility pop
 
 #endif

@@ -52,8 +52,11 @@ void* openAllocatorLibrary() {
 }
 
 template <class Function> bool lookUp(void* library, const char* name, Function& function) {
-    function = reinterpret_cast<Function>(::dlsym(library, name));
-    return function != nullptr;
+    void* address = ::dlsym(library, name);
+    if (address != nullptr) {
+        function = reinterpret_cast<Function>(address);
+    }
+    return address != nullptr;
 }
 
 bool findRealFunctions() {

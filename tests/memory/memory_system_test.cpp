@@ -46,10 +46,9 @@ INSTANTIATE_TEST_SUITE_P(All, MemorySystem,
                          testing::Values("arena", "arguments", "pass_through", "calloc_overflow",
                                          "after_cleanup", "disabled_free", "exhausted", "attempts",
                                          "lock_holder", "large_new", "reserve_sizes",
-                                         "reserve_limit", "reserve_shrinks", "reserve_first_third",
-                                         "reserve_emergency", "manager_serves", "manager_refills",
-                                         "manager_itself", "kernel", "address_space", "trace",
-                                         "missing_library", "threads"),
+                                         "reserve_shrinks", "reserve_spent", "manager_serves",
+                                         "manager_refills", "manager_itself", "kernel",
+                                         "address_space", "trace", "threads"),
                          [](const auto& row) { return std::string(row.param); });
 
 TEST(MemorySystemDeath, SmallNewThatFailsEndsTheProcess) {

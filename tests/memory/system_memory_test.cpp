@@ -47,17 +47,13 @@ TEST_F(SystemMemory, ReadsTheTotalLine) {
         support::writeFile(path, row.text);
         EXPECT_EQ(readMemTotal(path.c_str()), row.size) << row.text;
     }
-    EXPECT_EQ(readMemTotal((dir / "missing").c_str()), 0U);
-}
-
-TEST_F(SystemMemory, FindsTheLineBehindManyOthers) {
-    const support::TempDir dir;
-    std::string text;
+    std::string longText;
     for (int i = 0; i < 2000; ++i) {
-        text += "Other" + std::to_string(i) + ":  12 kB\n";
+        longText += "Other" + std::to_string(i) + ":  12 kB\n";
     }
-    support::writeFile(dir / "meminfo", text + "MemTotal: 7 kB\n");
-    EXPECT_EQ(readMemTotal((dir / "meminfo").c_str()), 7168U);
+    support::writeFile(path, longText + "MemTotal: 7 kB\n");
+    EXPECT_EQ(readMemTotal(path.c_str()), 7168U);
+    EXPECT_EQ(readMemTotal((dir / "missing").c_str()), 0U);
 }
 
 TEST_F(SystemMemory, LimitIsTheAddressSpaceOrElseTheMachine) {
