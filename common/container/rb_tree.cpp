@@ -315,7 +315,7 @@ int RBTree::insert(void* value) {
     HKey* key = lastKey;
     Node* parent = lastNode;
     forgetSearch();
-    if (parent == nil) {
+    if (parent == nil || parent->key == key) { // the tree is empty, or the search hit
         return insert(key, value);
     }
     Node*& side = *key < *parent->key ? parent->left : parent->right;

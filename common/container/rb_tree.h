@@ -4,6 +4,8 @@
 // Ownership: the tree owns its keys. Values are passed to the destroy function where the removal
 // flags say so; the destructor destroys every key and value that is left.
 //
+// Requires: no key passed in is null, unless told otherwise.
+//
 // Failure: results are 0 for success and -1, with the last error set, for failure unless told
 // otherwise; a failed operation changes only the pending search and the walk's position.
 //
@@ -56,8 +58,9 @@ public:
 
     // Adds the key of the pending search with `value`, without a second descent, and clears the
     // pending search. The tree takes ownership of the key object given to that search, which must
-    // have been made by new. -1 with HE_INVALOP where no search is pending.
-    // Requires: the search missed, and the tree has not changed since.
+    // have been made by new. -1 with HE_INVALOP where no search is pending, with HE_EEXISTS where
+    // the search hit.
+    // Requires: the tree has not changed since the search.
     virtual int insert(void* value) = 0;
 
     // Removes the entry that the pending search found, and clears the search. -1 with HE_INVALOP

@@ -29,7 +29,7 @@ public:
             data = nullptr;
             return;
         }
-        const int capacity = data != nullptr ? (size + 15) & 0xfffff0 : 0;
+        const int capacity = data != nullptr ? (size + 15) & ~15 : 0;
         if (newCapacity == capacity) {
             return;
         }

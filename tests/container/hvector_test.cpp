@@ -33,18 +33,14 @@ template <> int make<int>(int value) {
     return value;
 }
 
-template <class T> bool isWhole(const T& element) {
-    return std::all_of(std::begin(element.rest), std::end(element.rest),
-                       [&](char c) { return c == (element.value & 0x7f); });
-}
-bool isWhole(int) {
-    return true;
-}
-
+// The element's number, after a look at the bytes that must have moved with it.
 template <class T> int valueOf(const T& element) {
+    for (const char c : element.rest) {
+        EXPECT_EQ(c, element.value & 0x7f);
+    }
     return element.value;
 }
-int valueOf(int element) {
+template <> int valueOf(const int& element) {
     return element;
 }
 
@@ -100,9 +96,7 @@ template <class T> void expectEqual(const Checked<T>& vector, const std::vector<
     ASSERT_EQ(vector.size(), static_cast<int>(reference.size()));
     vector.leafSizes();
     for (int i = 0; i < vector.size(); ++i) {
-        const T element = vector.get(i);
-        ASSERT_EQ(valueOf(element), reference[static_cast<std::size_t>(i)]) << "at " << i;
-        ASSERT_TRUE(isWhole(element)) << "at " << i;
+        ASSERT_EQ(valueOf(vector.get(i)), reference[static_cast<std::size_t>(i)]) << "at " << i;
     }
 }
 
@@ -113,24 +107,24 @@ template <class T> void randomChanges(int order) {
     std::vector<int> reference;
     for (int step = 0; step < 3000; ++step) {
         // Long phases of growth and of shrinking; places at both ends and anywhere.
-        const bool grow =
-            (step / 500) % 2 == 0 ? support::below(random, 10) < 8 : support::below(random, 10) < 3;
-        const int size = static_cast<int>(reference.size());
+        const bool grow = support::below(random, 10) < ((step / 500) % 2 == 0 ? 8 : 3);
+        const int ends = static_cast<int>(reference.size()) - (grow ? 0 : 1);
+        if (ends < 0) {
+            continue;
+        }
+        const int places[] = {
+            0, ends, static_cast<int>(support::below(random, static_cast<std::size_t>(ends) + 1))};
         const std::size_t kind = support::below(random, 4);
-        const auto anywhere = static_cast<int>(support::below(random, reference.size() + 1));
-        const int value = static_cast<int>(random() & 0xffffff);
-        if (grow) {
-            const int place = kind == 0 ? 0 : kind == 1 ? size : anywhere;
-            if (place == size && kind == 1) {
-                vector.append(make<T>(value));
-            } else {
-                ASSERT_TRUE(vector.insertAt(place, make<T>(value)));
-            }
-            reference.insert(reference.begin() + place, value);
-        } else if (size > 0) {
-            const int place = kind == 0 ? 0 : kind == 1 ? size - 1 : std::min(anywhere, size - 1);
+        const int place = places[std::min<std::size_t>(kind, 2)];
+        if (!grow) {
             vector.removeAt(place);
             reference.erase(reference.begin() + place);
+        } else if (kind == 1) {
+            vector.append(make<T>(step));
+            reference.push_back(step);
+        } else {
+            ASSERT_TRUE(vector.insertAt(place, make<T>(step)));
+            reference.insert(reference.begin() + place, step);
         }
         if (step % 100 == 0) {
             expectEqual(vector, reference);
@@ -150,21 +144,6 @@ TEST(HVector, RandomChangesMatchAPlainVector) {
     for (const int order : {2, 3, 4, 16, 128}) {
         randomChanges<int>(order);
         randomChanges<Twelve>(order);
-    }
-}
-
-TEST(HVector, ThousandsOfAppendsAndFrontInsertsInOrderTwo) {
-    Checked<int> vector(2);
-    for (int i = 0; i < 4000; ++i) {
-        vector.append(i);
-    }
-    for (int i = 1; i <= 4000; ++i) {
-        vector.insertAt(0, -i);
-    }
-    ASSERT_EQ(vector.size(), 8000);
-    vector.leafSizes();
-    for (int i = 0; i < 8000; ++i) {
-        ASSERT_EQ(vector.get(i), i - 4000);
     }
 }
 
@@ -189,29 +168,22 @@ TEST(HVector, IndexesOutOfRangeChangeNothing) {
     EXPECT_EQ(vector.insertData(-1), nullptr);
     EXPECT_FALSE(vector.hasRoot());
     ASSERT_TRUE(vector.insertAt(0, 7));
-    EXPECT_FALSE(vector.insertAt(2, 8));
-    EXPECT_FALSE(vector.insertAt(-1, 8));
-    EXPECT_FALSE(vector.set(1, 8));
-    vector.removeAt(1);
-    vector.removeAt(-1);
-    EXPECT_EQ(vector.size(), 1);
-
-    int index = 1;
-    EXPECT_EQ(vector.gotoIndex(index), nullptr);
-    EXPECT_EQ(index, 1);
-    EXPECT_EQ(vector.get(1), 0);
-    EXPECT_EQ(vector.get(-1), 0);
-    EXPECT_EQ(vector.getPointer(1), nullptr);
-    EXPECT_EQ(vector.at(0), 7);
-    try {
-        vector.at(1);
-        FAIL() << "at gave a value that does not exist";
-    } catch (const hexcept&) {
+    for (const int place : {-1, 1}) {
+        EXPECT_FALSE(vector.insertAt(place == 1 ? 2 : place, 8));
+        EXPECT_FALSE(vector.set(place, 8));
+        vector.removeAt(place);
+        int index = place;
+        EXPECT_EQ(vector.gotoIndex(index), nullptr);
+        EXPECT_EQ(index, place);
+        EXPECT_EQ(vector.get(place), 0);
+        EXPECT_EQ(vector.getPointer(place), nullptr);
+        Thread::setLastError(0U);
+        EXPECT_THROW(vector.at(place), hexcept);
         EXPECT_EQ(Thread::getLastError(), HE_INVAL);
     }
-}
+    EXPECT_EQ(vector.size(), 1);
+    EXPECT_EQ(vector.at(0), 7);
 
-TEST(HVector, AnOrderBelowTwoIsRefused) {
     Thread::setLastError(0U);
     EXPECT_THROW(HVector<int>(1), hexcept);
     EXPECT_EQ(Thread::getLastError(), HE_INVAL);
@@ -276,30 +248,25 @@ TEST(HVector, BinarySearchesFindTheElementOrItsPlace) {
     EXPECT_TRUE(vector.binSearch<int>(-40, compareInts, 0, 50, nullptr));
 
     struct {
-        int from, to, rangeIndex, dataIndex;
-    } const rows[] = {{7, 7, 7, 7}, {9, 8, 8, 8}, {10, 20, 20, 20}};
+        int from, to;
+    } const rows[] = {{7, 7}, {9, 8}, {10, 20}};
     for (const auto& row : rows) {
         EXPECT_FALSE(vector.binSearchRange(58, row.from, row.to, &index));
-        EXPECT_EQ(index, row.rangeIndex);
+        EXPECT_EQ(index, row.to);
         EXPECT_FALSE(vector.binSearch<int>(58, compareInts, row.from, row.to, &index));
-        EXPECT_EQ(index, row.dataIndex);
+        EXPECT_EQ(index, row.to);
     }
     EXPECT_FALSE(vector.binSearchRange(58, 0, 51, &index));
     EXPECT_EQ(index, 0) << "a range behind the end";
     EXPECT_FALSE(vector.binSearchRange(58, -1, 50, &index));
     EXPECT_EQ(index, 0) << "a range before the start";
-}
 
-TEST(HVector, RangeSearchOfUnsignedElementsIsUnsigned) {
-    HVector<unsigned> vector(4);
+    HVector<unsigned> large(4);
     for (const unsigned value : {1U, 0x7fffffffU, 0x80000000U, 0xffffffffU}) {
-        vector.append(value);
+        large.append(value);
     }
-    int index = -1;
-    EXPECT_TRUE(vector.binSearchRange(0x80000000U, 0, 4, &index));
-    EXPECT_EQ(index, 2);
-    EXPECT_FALSE(vector.binSearchRange(0xfffffffeU, 0, 4, &index));
-    EXPECT_EQ(index, 3);
+    EXPECT_TRUE(large.binSearchRange(0x80000000U, 0, 4, &index));
+    EXPECT_EQ(index, 2) << "unsigned elements compare unsigned";
 }
 
 template <class T> int compareElements(void* a, void* b, void* calls) {
@@ -336,26 +303,19 @@ TEST(HVector, SortsAnyRange) {
         sortAgainstReference<Twelve>(values, last / 3, last / 2);
         sortAgainstReference<Large>(values, 0, last);
     }
-    sortAgainstReference<int>({3, 2, 1}, 2, 2);
     sortAgainstReference<int>({3, 2, 1}, 2, 1);
 }
 
 TEST(HVector, SortingSortedReversedAndEqualElementsStaysQuick) {
-    const auto comparisons = [](int (*value)(int)) {
+    for (const int slope : {1, -1, 0}) {
         HVector<int> vector(64);
         for (int i = 0; i < 20000; ++i) {
-            vector.append(value(i));
+            vector.append(i * slope);
         }
         int calls = 0;
         vector.quickSortData(0, 19999, compareElements<int>, &calls);
-        for (int i = 1; i < 20000; ++i) {
-            EXPECT_LE(vector.get(i - 1), vector.get(i));
-        }
-        return calls;
-    };
-    EXPECT_LT(comparisons([](int i) { return i; }), 600000);
-    EXPECT_LT(comparisons([](int i) { return -i; }), 600000);
-    EXPECT_LT(comparisons([](int) { return 7; }), 600000);
+        EXPECT_LT(calls, 600000) << slope;
+    }
 }
 
 } // namespace

@@ -6,33 +6,27 @@ namespace {
 
 TEST(SimpleVector, GrowsOnlyAcrossMultiplesOf16) {
     SimpleVector<int> vector;
-    EXPECT_EQ(vector.data, nullptr);
     const int* array = nullptr;
     for (int i = 0; i < 100; ++i) {
         vector.append(i * 3);
-        if (i % 16 == 0) {
-            EXPECT_NE(vector.data, array) << "at " << i;
-            array = vector.data;
-        } else {
-            ASSERT_EQ(vector.data, array) << "at " << i;
-        }
+        EXPECT_EQ(vector.data != array, i % 16 == 0) << "at " << i;
+        array = vector.data;
     }
+    vector.setDataSize(128);
     ASSERT_EQ(vector.size, 100);
-    for (int i = 0; i < 100; ++i) {
-        EXPECT_EQ(vector[i], i * 3);
+    for (int i = 0; i < 128; ++i) {
+        EXPECT_EQ(vector.data[i], i < 100 ? i * 3 : 0);
     }
 }
 
-TEST(SimpleVector, SetDataSizeKeepsWhatFitsAndZeroesTheRest) {
-    SimpleVector<int> vector;
-    for (int i = 0; i < 16; ++i) {
-        vector.append(i + 1);
-    }
-    vector.setDataSize(64);
-    for (int i = 0; i < 64; ++i) {
-        ASSERT_EQ(vector.data[i], i < 16 ? i + 1 : 0);
-    }
-    EXPECT_EQ(vector.size, 16);
+TEST(SimpleVector, KeepsItsElementsPast24BitsOfSize) {
+    SimpleVector<char> vector;
+    vector.setDataSize(0x1000000);
+    vector.size = 0xfffff1; // a capacity cut to 24 bits would be 0 from here on
+    vector.data[0] = 'a';
+    vector.append('b');
+    EXPECT_EQ(vector[0], 'a');
+    EXPECT_EQ(vector[0xfffff1], 'b');
 }
 
 TEST(SimpleVector, StartsAnewAfterItsArrayWasDropped) {
@@ -42,10 +36,8 @@ TEST(SimpleVector, StartsAnewAfterItsArrayWasDropped) {
     vector.setDataSize(0);
     EXPECT_EQ(vector.data, nullptr);
     EXPECT_EQ(vector.size, 2) << "the caller resets the size";
-    vector.size = 0;
-    vector.append("three");
-    EXPECT_EQ(vector.size, 1);
-    EXPECT_STREQ(vector[0], "three");
+    vector.append("three"); // must not be written through the null pointer
+    EXPECT_STREQ(vector[2], "three");
 }
 
 } // namespace
