@@ -35,8 +35,8 @@ public:
 
     // Reads a text such as "Tue, 03 Nov 2026 10:11:12 +0100", in which the day's name, the zone,
     // the seconds and the whole time may be left out. 0, or -1 for another text; the fields read
-    // until then have changed in `out`. A null or empty text gives the epoch in local form. The
-    // day is tested against 31 only, and the year against 2038.
+    // until then have changed in `out`. A null or empty text gives the epoch in local form and
+    // keeps `partial`. The day is tested against 31 only, and the year against 2038.
     static int strToDateTime(const char* text, DateTime& out);
 
     // Writes "Tue, 03 Nov 2026 10:11:12 +0100", cut to `size` bytes with its terminator; with

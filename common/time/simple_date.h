@@ -25,6 +25,7 @@ public:
 
     // Stores the month whose three letters `text` begins with, in any case. 0, or -1 with nothing
     // stored.
+    // Requires: text is not null.
     int setMonth(const char* text);
 
     // 0 where month and day exist in the year, -1 otherwise.
