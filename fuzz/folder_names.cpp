@@ -7,31 +7,46 @@
 
 namespace {
 
+bool isAllowed(char c) {
+    return c >= 0x20 && c <= 0x7E && std::strchr("\"%*~", c) == nullptr;
+}
+
+// The byte that opens an encoded run, right behind its "&", is taken as it is.
 bool plainName(std::string_view name) {
     if (name.empty() || name.size() > MboxNameMaxLength ||
         name.find_first_not_of(" \t") == std::string_view::npos) {
         return false;
     }
-    for (const char c : name) {
-        if (c < 0x20 || c > 0x7E || std::strchr("\"%*~", c) != nullptr) {
+    while (!name.empty()) {
+        const std::size_t amp = std::min(name.find('&'), name.size());
+        if (!std::all_of(name.begin(), name.begin() + static_cast<std::ptrdiff_t>(amp),
+                         isAllowed)) {
             return false;
         }
-    }
-    for (std::size_t at = name.find('&'); at != std::string_view::npos;) {
-        const std::size_t end = name.find('-', at + 1);
+        if (amp == name.size()) {
+            return true;
+        }
+        name.remove_prefix(amp + 1);
+        if (name.starts_with('-')) {
+            name.remove_prefix(1);
+            continue;
+        }
+        const std::size_t end = name.find('-', 1);
         if (end == std::string_view::npos) {
             return false;
         }
-        std::string run(name.substr(at + 1, end - at - 1));
-        std::replace(run.begin(), run.end(), ',', '/');
-        const bool isEscape = run.empty();
-        if (run.find('=') != std::string::npos ||
-            (!isEscape && !checkBase64(run.data(), static_cast<unsigned>(run.size())))) {
+        std::string run(name.substr(0, end));
+        name.remove_prefix(end + 1);
+        if (!std::all_of(run.begin() + 1, run.end(),
+                         [](char c) { return isAllowed(c) && c != '='; })) {
             return false;
         }
-        at = name.find('&', end + 1);
-        if (!isEscape && at == end + 1) {
+        std::replace(run.begin() + 1, run.end(), ',', '/');
+        if (!checkBase64(run.data(), static_cast<unsigned>(run.size())) || name.starts_with('&')) {
             return false;
+        }
+        if (name.empty()) {
+            return true;
         }
     }
     return true;

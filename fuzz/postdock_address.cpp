@@ -30,10 +30,13 @@ std::vector<Entry> entriesOf(const AddressList& list) {
     return entries;
 }
 
+// A name that comes back as it stands: words of letters and digits, with one blank between two.
 bool isPlainName(const char* name) {
-    return name == nullptr || std::string_view(name).find_first_not_of(
-                                  "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ "
-                                  "0123456789") == std::string_view::npos;
+    const std::string_view text = name != nullptr ? name : "";
+    return text.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ "
+                                  "0123456789") == std::string_view::npos &&
+           !text.starts_with(' ') && !text.ends_with(' ') &&
+           text.find("  ") == std::string_view::npos;
 }
 
 // Whether printing and parsing keeps the addresses. A backslash is left out: normalizeAddrSpec
