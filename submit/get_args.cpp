@@ -88,7 +88,8 @@ int GetArgs::create(int argc, const char** argv, const getargs_config* config,
     nextArgument();
 
     while (remaining > 0 && *cursor != nullptr) {
-        if (!isPrintable(text)) {
+        // Once an argument: a look at each rest behind a comma would make a long list quadratic.
+        if (text == *cursor && !isPrintable(text)) {
             return -1;
         }
         if (ignore != nullptr && isIgnored(ignore, text)) {
@@ -300,6 +301,9 @@ void GetArgs::addDefaults() {
 
 // With a flag the name is not looked at.
 const getargs_config* GetArgs::findRow(char flag, const char* longName) const {
+    if (table == nullptr) {
+        return nullptr;
+    }
     for (const getargs_config* row = table; !isEndRow(*row); ++row) {
         if (row->id == getArgsTextRow) {
             continue;
@@ -314,9 +318,6 @@ const getargs_config* GetArgs::findRow(char flag, const char* longName) const {
 }
 
 GetArgs::Option* GetArgs::lookupOption(char flag, const char* longName) const {
-    if (table == nullptr) {
-        return nullptr;
-    }
     const getargs_config* row = findRow(flag, longName);
     for (const std::unique_ptr<Option>& option : options) {
         if (option->row == row) {

@@ -110,6 +110,7 @@ TEST(GetArgs, RefusesBadCommandLines) {
         {{"\x7F"}, ""},
         {{"-t", "a\xC3\xA9"}, ""},
         {{"a\tb"}, ""},
+        {{"a,b\n"}, ""},
     };
     for (const auto& [arguments, complaint] : rows) {
         SCOPED_TRACE(complaint);
@@ -122,6 +123,16 @@ TEST(GetArgs, RefusesBadCommandLines) {
     const char* argv[] = {"x", nullptr};
     EXPECT_STREQ((GetArgs(1, argv, nullptr, nullptr), Thread::getErrorSymbol()), "HE_INVAL");
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "Nothing to parse.\nNot configured.\n");
+}
+
+// Quadratic work would take minutes here.
+TEST(GetArgs, SplitsALongListInLinearTime) {
+    constexpr int pieces = 500000;
+    std::string list;
+    for (int i = 0; i < pieces; ++i) {
+        list += "a,";
+    }
+    EXPECT_EQ(parse({list.c_str()}).args->getArgCount(), pieces);
 }
 
 TEST(GetArgs, CountsValuesByMode) {
@@ -158,7 +169,9 @@ TEST(GetArgs, AnswersAndChanges) {
     EXPECT_EQ(args.modifyVal("y", 't', nullptr, 0), -1);
     EXPECT_EQ(args.addOptionAndValue('r', nullptr, "z"), 0);
     EXPECT_STREQ(args.getVal('r', nullptr, 0), "z");
+    const Parsed unconfigured = parse({}, nullptr);
     testing::internal::CaptureStderr();
+    EXPECT_EQ(unconfigured.args->addOptionAndValue('r', nullptr, "z"), -1);
     EXPECT_EQ(args.addOptionAndValue(0, "nothing", "z"), -1);
     EXPECT_EQ(args.addOptionAndValue('r', nullptr, "z"), -1);
     testing::internal::GetCapturedStderr();
