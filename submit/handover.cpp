@@ -49,6 +49,14 @@ int storedSize(const char* path) {
     return attributes != nullptr ? static_cast<int>(attributes->size) : -1;
 }
 
+// Takes the mail off the disk. Ends with SIGINT ignored: the reason is reported already, and the id
+// that the handler would remove is free for another process to claim.
+void discardMail() {
+    ignoreInterrupt();
+    mq->removeMail(mi);
+    mailId = noMailId;
+}
+
 // Requires: SIGINT is ignored.
 int handOver(const char* path, IncomingStream* stream) {
     const std::string returnPath = mi->getString(0);
@@ -56,7 +64,7 @@ int handOver(const char* path, IncomingStream* stream) {
     const std::string recipients = recipientsForLog();
     if (mq->endData(mi, MailQueue::SourceLocal, stream) == -1) {
         const int result = reportUnwritten(path, Thread::getLastError());
-        mq->removeMail(mi);
+        discardMail();
         return result;
     }
     if (const unsigned error = mq->getMarkerError(); error != 0) {
@@ -90,29 +98,31 @@ int storeAndHandOver(MailMsg& message, const StandardInput& input) {
     if (stream == nullptr) {
         report("Transaction aborted: cannot write to email file in queue '%s' (%s)", path,
                Thread::getErrorMessage(openError));
-        mq->removeMail(mi);
+        discardMail();
         return EX_IOERR;
     }
     aptr<Stream> guard(stream);
     if (message.writeAll(*stream, true) == -1) {
         const int result = reportUnwritten(path, Thread::getLastError());
-        mq->removeMail(mi);
+        discardMail();
         return result;
     }
     if (stream->isOverflowed()) {
         const int result = reportUnwritten(path, HE_FBIG);
-        mq->removeMail(mi);
+        discardMail();
         return result;
     }
     if (input.readError() != 0) {
         const int result = reportUnreadable(input.readError());
-        mq->removeMail(mi);
+        discardMail();
         return result;
     }
     ignoreInterrupt();
     const int result = handOver(path, stream);
     mi = nullptr;
     mailId = noMailId;
-    armInterrupt();
+    if (result == EX_OK) {
+        armInterrupt();
+    }
     return result;
 }

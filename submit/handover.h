@@ -8,7 +8,8 @@ class StandardInput;
 
 // Writes the message of `input` into the mail `mi` and hands the mail over, with SIGINT ignored
 // from before the hand-over until its log line is written. Returns the exit code. On success `mi`
-// is null and the mail is the server's; after a failure, which is reported, no file of it is left.
+// is null and the mail is the server's; after a failure, which is reported, no file of it is left
+// and SIGINT stays ignored.
 int storeAndHandOver(MailMsg& message, const StandardInput& input);
 
 // Reports that standard input could not be read; returns the exit code.

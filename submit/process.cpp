@@ -28,8 +28,9 @@ void occupyStandardDescriptors() {
     }
     for (const pollfd& entry : standard) {
         if ((entry.revents & POLLNVAL) != 0) {
-            // The lowest free number is the one that is missing.
-            static_cast<void>(::open("/dev/null", O_WRONLY));
+            // The lowest free number is the one that is missing. The root is there where no
+            // device files are, and opened like this it can be neither read nor written.
+            static_cast<void>(::open("/", O_PATH));
         }
     }
 }

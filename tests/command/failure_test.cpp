@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <filesystem>
 
 namespace {
@@ -210,6 +212,29 @@ TEST(Failure, FailingCallsLeaveNoMail) {
         EXPECT_TRUE(contains(run.log, errorLine(run.err.substr(0, run.err.size() - 1))));
         EXPECT_EQ(desk.mailFiles().size(), 0U);
     }
+}
+
+// The id is free for another process from then on, so the handler must not remove its files again.
+TEST(Failure, AnInterruptOfTheRemovalChangesNothing) {
+    Desk desk;
+    desk.input = "From: a@x.org\n\n" + std::string(5000, 'x') + "\n";
+    desk.environment = {{"MORVEX_TEST_FAULT", "write:/D:1:28"},
+                        {"MORVEX_TEST_SIGNAL", "unlink:/D:1"}};
+    const Outcome run = desk.run({"r@x.org"});
+    EXPECT_EQ(run.exitCode, 74);
+    EXPECT_EQ(run.out, "");
+    EXPECT_EQ(desk.mailFiles().size(), 0U);
+}
+
+// The next file opened would be read as the message.
+TEST(Failure, ClosedStandardInputWhereThereAreNoDeviceFiles) {
+    Desk desk;
+    desk.environment = {{"MORVEX_TEST_FAULT", "open:/dev/:0:2"}};
+    desk.limits = [] { ::close(0); };
+    const Outcome run = desk.run({"r@x.org"});
+    EXPECT_EQ(run.exitCode, 74);
+    expectReport(run, "Transaction aborted: cannot read the email message (Bad file descriptor)");
+    EXPECT_EQ(desk.mailFiles().size(), 0U);
 }
 
 // A message that cannot be read to its end is no message.
