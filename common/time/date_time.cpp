@@ -25,6 +25,11 @@ bool isLeapYear(unsigned year) {
     return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
 }
 
+// The sum wraps for the last years that fit the field; gmtime_r does reach them.
+unsigned calendarYear(std::int32_t year) {
+    return static_cast<unsigned>(year) + 1900;
+}
+
 // Seconds of a zone in minutes, for sums in the unsigned numbers of instants, where a zone west of
 // Greenwich wraps and comes out right all the same.
 unsigned long long zoneSeconds(int zone) {
@@ -105,7 +110,8 @@ std::uint8_t DateTime::computeWeekDay() const {
 unsigned long long DateTime::getUTC() const {
     std::tm parts = brokenDown();
     const std::time_t local = my_timegm(&parts);
-    return local < 0 ? 0 : static_cast<unsigned long long>(local) - zoneSeconds(zone);
+    const std::time_t instant = local - std::time_t{zone} * 60;
+    return local < 0 || instant < 0 ? 0 : static_cast<unsigned long long>(instant);
 }
 
 void DateTime::setLocaltime(unsigned long long utcSeconds) {
@@ -256,7 +262,7 @@ void DateTime::dateTimeToStr(const DateTime& value, char* buffer, int size, bool
     std::snprintf(
         buffer, static_cast<std::size_t>(size), "%s%3s, %02u %3s %04u %02u:%02u:%02u %c%02u%02u%s",
         quote, WEEK_DAY_NAMES[value.weekDay], unsigned{value.day}, MONTH_NAMES[value.month],
-        static_cast<unsigned>(value.year + 1900), unsigned{value.hours}, unsigned{value.minutes},
+        calendarYear(value.year), unsigned{value.hours}, unsigned{value.minutes},
         unsigned{value.seconds}, value.zone < 0 ? '-' : '+', offset / 60, offset % 60, quote);
 }
 
@@ -294,10 +300,10 @@ void DateTime::toStr(const char* pattern, char* buffer, int size) const {
             break;
         case 'y':
             if (const int letters = yearLetters(pattern); letters == 4) {
-                output.putNumber("%04d", year + 1900);
+                output.putNumber("%04d", static_cast<int>(calendarYear(year)));
                 pattern += 4;
             } else if (letters >= 2) {
-                output.putNumber("%02d", (year + 1900) % 100);
+                output.putNumber("%02d", static_cast<int>(calendarYear(year)) % 100);
                 pattern += 2;
             } else {
                 output.put(*pattern++);

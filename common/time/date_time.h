@@ -64,7 +64,8 @@ public:
     // a zone both zones are ignored.
     int compareTo(const DateTime& other) const;
 
-    // Seconds since the Unix epoch; 0 where the time cannot be represented.
+    // Seconds since the Unix epoch; 0 where the time cannot be represented, which the instants
+    // before the epoch cannot.
     unsigned long long getUTC() const;
 
     // The three keep `partial`. A time that cannot be broken down counts as the epoch.

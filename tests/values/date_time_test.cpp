@@ -227,12 +227,18 @@ TEST(DateTime, Constructors) {
     EXPECT_GE(nonsense.getUTC(), before);
     EXPECT_LE(nonsense.getUTC(), after);
 
+    // The last years that the field holds must not overflow on their way to the calendar.
+    DateTime late;
+    late.setGMT(67768036191676799ULL);
+    EXPECT_EQ(textOf(late), "Wed, 31 Dec 2147485547 23:59:59 +0000");
+
     // Too far away to be broken down: the epoch instead.
     EXPECT_EQ(DateTime(0x7fffffffffffffffULL).getUTC(), 0U);
     DateTime gmt;
     gmt.setGMT(0x7fffffffffffffffULL);
     EXPECT_EQ(gmt.getUTC(), 0U);
     EXPECT_EQ(DateTime(1960, 5, 5, 0, 0, 0, 0).getUTC(), 0U);
+    EXPECT_EQ(DateTime(1970, 1, 1, 0, 0, 0, 60).getUTC(), 0U) << "not wrapped to a far future";
 }
 
 TEST(DateTime, ComparesInstantsByWhatBothSidesHave) {
