@@ -29,13 +29,9 @@ unsigned slowCrc(const std::string& text, unsigned initial, unsigned xorValue) {
     return crc ^ xorValue;
 }
 
-TEST(CRC32, KnownValues) {
-    EXPECT_EQ(crcOf("abc"), 0x352441C2U);
-    EXPECT_EQ(crcOf("123456789"), 0xCBF43926U);
-    EXPECT_EQ(crcOf("", 0x12345678), 0x12345678U);
-}
-
 TEST(CRC32, AnyLengthAndChunkingAgreesWithTheBitwiseForm) {
+    EXPECT_EQ(crcOf("123456789"), 0xCBF43926U); // the standard's check value
+    EXPECT_EQ(crcOf("", 0x12345678), 0x12345678U);
     auto random = support::seededRandom("CRC32");
     for (int round = 0; round < 300; ++round) {
         std::string text(support::below(random, 70), '\0');
