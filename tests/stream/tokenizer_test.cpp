@@ -8,6 +8,7 @@
 #include "message/line_tokenizer.h"
 #include "tests/stream/streams.h"
 #include "tests/support/random.h"
+#include "tests/support/token_model.h"
 
 #include <gtest/gtest.h>
 
@@ -19,131 +20,22 @@
 #include <vector>
 
 using support::below;
+using support::plainFolded;
+using support::plainLines;
 using support::Sink;
 using support::Source;
+using support::Token;
+using support::Tokens;
+
+namespace support {
+
+static void PrintTo(const Token& token, std::ostream* out) {
+    *out << testing::PrintToString(token.text) << (token.complete ? "." : "~");
+}
+
+} // namespace support
 
 namespace {
-
-struct Token {
-    std::string text;
-    bool complete;
-    bool operator==(const Token&) const = default;
-    friend std::ostream& operator<<(std::ostream& out, const Token& token) {
-        return out << testing::PrintToString(token.text) << (token.complete ? "." : "~");
-    }
-};
-using Tokens = std::vector<Token>;
-
-// The length of the line end at the front of text, or 0.
-int lineEndAt(std::string_view text, int flags) {
-    const std::string_view two = text.substr(0, 2);
-    if (((flags & 4) != 0 && two == "\r\n") || ((flags & 8) != 0 && two == "\n\r")) {
-        return 2;
-    }
-    const char c = text.empty() ? 'x' : text[0];
-    return ((flags & 1) != 0 && c == '\r') || ((flags & 2) != 0 && c == '\n') ||
-           ((flags & 16) == 0 && c == '\0');
-}
-
-// The first line end from offset at on: where it starts and its length; length 0 for none.
-std::pair<std::size_t, int> nextLineEnd(std::string_view text, std::size_t at, int flags) {
-    for (; at < text.size(); ++at) {
-        if (const int length = lineEndAt(text.substr(at), flags); length > 0) {
-            return {at, length};
-        }
-    }
-    return {text.size(), 0};
-}
-
-Tokens plainLines(std::string_view text, int flags, std::size_t limit) {
-    Tokens tokens;
-    for (;;) {
-        const auto [at, length] = nextLineEnd(text, 0, flags);
-        std::size_t size = at + static_cast<std::size_t>(length);
-        const bool complete = length > 0 && (size <= limit || (at == 0 && (flags & 0x80) != 0));
-        std::size_t shown = complete && (flags & 0x80) != 0 ? at : size;
-        if (length > 0 && !complete) {
-            shown = size = at > 0 ? std::min(at, limit) : limit;
-        } else if (length == 0) {
-            if (size < limit) {
-                tokens.push_back({std::string(text), false});
-                if (!text.empty()) {
-                    tokens.push_back({"", false});
-                }
-                return tokens;
-            }
-            const char last = text[limit - 1];
-            shown = size = limit > 1 && (last == '\r' || last == '\n') ? limit - 1 : limit;
-        }
-        tokens.push_back({std::string(text.substr(0, shown)), complete});
-        text.remove_prefix(size);
-    }
-}
-
-std::string unfold(std::string_view token, const std::vector<std::size_t>& folds, int flags) {
-    std::string result;
-    std::size_t from = 0;
-    for (const std::size_t fold : folds) {
-        result += token.substr(from, fold - from);
-        from = std::min(token.find_first_of(" \t", fold), token.size());
-        from += (flags & 0x600) == 0x600;
-    }
-    return result + std::string(token.substr(std::min(from, token.size())));
-}
-
-Tokens plainFolded(std::string_view text, int flags, std::size_t limit) {
-    Tokens tokens;
-    bool finished = true;
-    for (;;) {
-        const std::string_view view = text.substr(0, limit);
-        std::vector<std::size_t> folds;
-        std::size_t from = 0;
-        std::size_t at = 0;
-        std::size_t length = 0;
-        bool ends = false;
-        for (;;) {
-            const auto found = nextLineEnd(view, from, flags);
-            at = found.first;
-            length = static_cast<std::size_t>(found.second);
-            const std::size_t behind = at + length;
-            if (length == 0 || behind == view.size()) {
-                ends = length > 0 && at == 0 && finished && folds.empty();
-                break;
-            }
-            ends = (at == 0 && finished) || (view[behind] != ' ' && view[behind] != '\t');
-            if (ends) {
-                break;
-            }
-            folds.push_back(at);
-            from = behind;
-        }
-        std::size_t size = at + length;
-        bool complete = ends || (length > 0 && text.size() < limit);
-        std::size_t cut = length;
-        if (!complete && view.size() == limit) {
-            cut = 0;
-            if (length > 0 && length < limit) {
-                size = limit - length;
-            } else if (length > 0) {
-                cut = length;
-            } else if (limit > 1 && (((flags & 4) != 0 && view.back() == '\r') ||
-                                     ((flags & 8) != 0 && view.back() == '\n'))) {
-                size = limit - 1;
-            }
-        }
-        std::string_view token = text.substr(0, size);
-        if ((flags & 0x80) != 0) {
-            token.remove_suffix(cut);
-        }
-        tokens.push_back(
-            {(flags & 0x600) != 0 ? unfold(token, folds, flags) : std::string(token), complete});
-        finished = complete;
-        text.remove_prefix(size);
-        if (text.empty() && !complete && tokens.back().text.empty()) {
-            return tokens;
-        }
-    }
-}
 
 // All tokens up to the first empty one at the end of data.
 template <class T> Tokens drain(T& tokenizer, const Source& source, int limit, bool terminated) {
