@@ -229,6 +229,7 @@ private:
     int readRecord(long long& tableSize);
     int readStrings(int tableSize, bool& corrupted);
     int checkPaths() const;
+    int completeFront();
     int checkRecipients(bool corrupted);
     void readParams();
 

@@ -187,7 +187,7 @@ int MailItem::loadContent() {
         stored = PROCESSING_ERROR;
         record[Format::stateWord] = PROCESSING_ERROR;
     }
-    if (checkPaths() == -1 || checkRecipients(corrupted) == -1) {
+    if (checkPaths() == -1 || completeFront() == -1 || checkRecipients(corrupted) == -1) {
         return -1;
     }
     readParams();
@@ -264,6 +264,14 @@ int MailItem::readStrings(int tableSize, bool& corrupted) {
 
 int MailItem::checkPaths() const {
     return isPath(getString(0)) && isPath(getString(1)) ? 0 : fail(HE_BADFILE);
+}
+
+// A mail without recipients may lack the sender name. A link counts from behind three strings, so
+// what is added later must not take the name's place: an added recipient would part it from its
+// link. The name is not counted as saved, and the next save appends it before what follows.
+int MailItem::completeFront() {
+    constexpr char none[] = "<>";
+    return strings.size() >= Format::frontStrings || appendString(none, sizeof none - 1) ? 0 : -1;
 }
 
 // Each recipient has an address; a code or a link that is out of range is repaired.

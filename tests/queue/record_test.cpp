@@ -325,6 +325,31 @@ TEST_F(Record, keepsParameters) {
     drop(item);
 }
 
+// A parameter once took the place of the name, and was lost with the first recipient.
+TEST_F(Record, keepsAParameterWhereTheSenderNameIsMissing) {
+    std::string file = sample({"<>", "a@b"}, 0);
+    MailItem* item = load(file);
+    ASSERT_NE(nullptr, item);
+    EXPECT_EQ(0, item->saveToFile(nullptr));
+    EXPECT_EQ(file += std::string("<>\0", 3), stateOf(item));
+    drop(item);
+
+    item = load(sample({"<>", "a@b"}, 0));
+    EXPECT_EQ(0, item->setParam("n", "v"));
+    EXPECT_EQ(0, item->saveToFile(nullptr));
+    file += std::string("0000:n=v\0", 9);
+    file.replace(46, 4, raw(3U));
+    EXPECT_EQ(file, stateOf(item));
+
+    EXPECT_EQ(0, item->addRCPT("r@x"));
+    item = reload(item);
+    EXPECT_STREQ("v", item->getParam("n"));
+    EXPECT_STREQ("r@x", item->getRCPT(0));
+    EXPECT_STREQ("<>", item->getString(2));
+    drop(item);
+    EXPECT_EQ(HE_BADFILE, loadError(sample({"a@b"}, 0)));
+}
+
 TEST_F(Record, endsABrokenParameterChain) {
     struct Row {
         std::vector<std::string> others; // the strings from index 3 on
