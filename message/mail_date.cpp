@@ -157,10 +157,15 @@ void MailDate::format(const char* pattern, ...) {
     va_end(values);
 }
 
+// The fields of a local time, read as UTC, are its own seconds and the offset that it was broken
+// down with. That is the sum of my_timegm, without the error that it has near a change of the
+// zone's standard time, and without mktime's looks at the time zone file.
 void MailDate::now() {
+    const std::time_t present = std::time(nullptr);
     std::tm local;
-    zone = localZone(std::time(nullptr), local);
-    seconds = my_timegm(&local) - zoneSeconds(zone);
+    zone = localZone(present, local);
+    const bool known = local.tm_mday > 0;
+    seconds = (known ? present + local.tm_gmtoff : my_timegm(&local)) - zoneSeconds(zone);
 }
 
 int MailDate::set(std::tm t, int newZone) {

@@ -3,6 +3,14 @@
 #include "common/stream/line_scanner_kernels.h"
 #include "common/stream/stream.h"
 
+#include <atomic>
+#include <climits>
+
+#if defined(__x86_64__) && __has_include(<sys/platform/x86.h>)
+#include <dlfcn.h>
+#include <sys/platform/x86.h>
+#endif
+
 namespace {
 
 constexpr std::uint16_t CrCr = scan::pair('\r', '\r');
@@ -13,11 +21,61 @@ constexpr std::uint16_t NulNul = scan::pair('\0', '\0');
 
 using Scanner = int (*)(const unsigned char*, int, int&);
 
+#if defined(__x86_64__)
+
+// A process that never searches as much as this at once does not gain what the question costs.
+constexpr int NOT_ASKED = 4096;
+
+// The least range that goes to the wide kernel; never, where the processor does not run it.
+std::atomic<int> wideFrom = NOT_ASKED;
+
+[[gnu::noinline, gnu::cold]] bool askProcessor() {
+    const bool usable = scan::avx2IsUsable();
+    wideFrom.store(usable ? scan::Avx2Kernel::LeastSize : INT_MAX, std::memory_order_relaxed);
+    return usable;
+}
+
+struct ChosenKernel {
+    template <class Set> static int findTrigger(const unsigned char* data, int size) {
+        const int from = wideFrom.load(std::memory_order_relaxed);
+        if (size >= from && (from != NOT_ASKED || askProcessor())) {
+            return scan::Avx2Kernel::findTrigger<Set>(data, size);
+        }
+        return scan::Kernel::findTrigger<Set>(data, size);
+    }
+};
+
+#else
+
+using ChosenKernel = scan::Kernel;
+
+#endif
+
 } // namespace
+
+#if defined(__x86_64__)
+
+// The loader has asked the processor already; to ask again costs a trap into the hypervisor on a
+// virtual machine. Where the C library does not tell, the answer is no.
+bool scan::avx2IsUsable() {
+#if __has_include(<sys/platform/x86.h>)
+    using Leaf = decltype(&__x86_get_cpuid_feature_leaf);
+    void* const address = ::dlsym(RTLD_DEFAULT, "__x86_get_cpuid_feature_leaf");
+    if (address != nullptr) {
+        constexpr unsigned bit = x86_cpu_AVX2 % 32;
+        constexpr unsigned word = x86_cpu_AVX2 / 32;
+        const cpuid_feature* const leaf = reinterpret_cast<Leaf>(address)(word / 4);
+        return (leaf->active_array[word % 4] >> bit & 1) != 0;
+    }
+#endif
+    return false;
+}
+
+#endif
 
 template <std::uint16_t Pair, unsigned Mode>
 int searchTwoChars(const unsigned char* data, int size, int& eolSize) {
-    return scan::findLineEnd<scan::LineEndSet<Pair, Mode>, scan::Kernel>(data, size, eolSize);
+    return scan::findLineEnd<scan::LineEndSet<Pair, Mode>, ChosenKernel>(data, size, eolSize);
 }
 
 template int searchTwoChars<scan::pair('\t', ' '), 7>(const unsigned char*, int, int&);

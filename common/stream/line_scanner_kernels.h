@@ -17,6 +17,9 @@
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
 
 namespace scan {
 
@@ -59,6 +62,27 @@ template <class Set> inline int findTriggerByByte(const unsigned char* data, int
         before = c;
     }
     return from;
+}
+
+// The line end at a trigger, or none where the trigger is the size. A pair goes before a single
+// character, and an earlier start before a later one: so the byte before the trigger is asked
+// first.
+template <class Set>
+inline int lineEndAt(const unsigned char* data, int trigger, int size, int& eolSize) {
+    if (trigger >= size) {
+        eolSize = 0;
+        return -1;
+    }
+    if (trigger > 0 && Set::isPair(data[trigger - 1], data[trigger])) {
+        eolSize = 2;
+        return trigger + 1;
+    }
+    if (trigger + 1 < size && Set::isPair(data[trigger], data[trigger + 1])) {
+        eolSize = 2;
+        return trigger + 2;
+    }
+    eolSize = 1;
+    return trigger + 1;
 }
 
 // For any machine: eight bytes a step are asked whether one of the set's characters is there at
@@ -186,29 +210,152 @@ using Kernel = WordKernel;
 
 #endif
 
-// The line end at a trigger. A pair goes before a single character, and an earlier start before a
-// later one: so the byte before the trigger is asked first.
-template <class Set>
-inline int lineEndAt(const unsigned char* data, int trigger, int size, int& eolSize) {
-    if (trigger > 0 && Set::isPair(data[trigger - 1], data[trigger])) {
-        eolSize = 2;
-        return trigger + 1;
+#if defined(__x86_64__)
+
+#define MORVEX_AVX2 __attribute__((target("avx2")))
+
+// Whether this processor, and the system on it, run the next kernel. Costs a look-up of a symbol.
+bool avx2IsUsable();
+
+// Thirty-two bytes a comparison, sixty-four a step, and once a line proves long, twice as many. All
+// sets of single bytes share one search, since they cost one comparison, however many bytes they
+// have: each byte is compared with what the set's table has for its low four bits.
+struct Avx2Kernel {
+    // Of a range; what is shorter is better off with the other kernel.
+    static constexpr int LeastSize = 129;
+
+    // The set's byte with those low bits, or one with other low bits, which equals none of those
+    // that are compared with it. Bytes from 0x80 on are compared with 0.
+    template <class Set> struct Table {
+        alignas(16) unsigned char entries[16];
+
+        constexpr Table() : entries() {
+            for (unsigned low = 0; low < 16; ++low) {
+                entries[low] = static_cast<unsigned char>(low ^ 1);
+                for (unsigned c = low; c < 0x80; c += 16) {
+                    if (Set::isSingle(static_cast<unsigned char>(c))) {
+                        entries[low] = static_cast<unsigned char>(c);
+                    }
+                }
+            }
+        }
+        constexpr bool holdsTheSet() const {
+            for (unsigned c = 0; c < 0x100; ++c) {
+                const bool held = c < 0x80 && entries[c % 16] == c;
+                if (held != Set::isSingle(static_cast<unsigned char>(c))) {
+                    return false;
+                }
+            }
+            return true;
+        }
+    };
+    template <class Set> static constexpr Table<Set> table{};
+
+    // In the place of a set, for those that have a table.
+    struct AnyOfTable {
+        static constexpr bool pairTriggers = false;
+    };
+
+    // Requires: size >= LeastSize.
+    template <class Set> static int findTrigger(const unsigned char* data, int size) {
+        if constexpr (Set::pairTriggers) {
+            return search<Set>(data, size, nullptr);
+        } else {
+            static_assert(table<Set>.holdsTheSet());
+            return search<AnyOfTable>(data, size, table<Set>.entries);
+        }
     }
-    if (trigger + 1 < size && Set::isPair(data[trigger], data[trigger + 1])) {
-        eolSize = 2;
-        return trigger + 2;
+
+    MORVEX_AVX2 static __m256i load(const unsigned char* at) {
+        return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(at));
     }
-    eolSize = 1;
-    return trigger + 1;
-}
+
+    MORVEX_AVX2 static __m256i equal(__m256i block, unsigned char c) {
+        return _mm256_cmpeq_epi8(block, _mm256_set1_epi8(static_cast<char>(c)));
+    }
+
+    // All ones in each byte of the thirty-two that is a trigger. In a set of pairs the byte before
+    // them is read as well; of the others the table is asked.
+    template <class Set>
+    MORVEX_AVX2 static __m256i triggers(const unsigned char* at, __m256i table) {
+        const __m256i block = load(at);
+        if constexpr (Set::pairTriggers) {
+            const __m256i before = load(at - 1);
+            __m256i found = _mm256_and_si256(equal(before, Set::first), equal(block, Set::second));
+            if constexpr (Set::reverse) {
+                found = _mm256_or_si256(
+                    found, _mm256_and_si256(equal(before, Set::second), equal(block, Set::first)));
+            }
+            return Set::nul ? _mm256_or_si256(found, equal(block, 0)) : found;
+        } else {
+            return _mm256_cmpeq_epi8(block, _mm256_shuffle_epi8(table, block));
+        }
+    }
+
+    // A bit for each byte of the two blocks.
+    MORVEX_AVX2 static std::uint64_t mask(__m256i low, __m256i high) {
+        return static_cast<std::uint32_t>(_mm256_movemask_epi8(low)) |
+               std::uint64_t{static_cast<std::uint32_t>(_mm256_movemask_epi8(high))} << 32;
+    }
+
+    template <class Set>
+    MORVEX_AVX2 static std::uint64_t triggers64(const unsigned char* at, __m256i table) {
+        return mask(triggers<Set>(at, table), triggers<Set>(at + 32, table));
+    }
+
+    template <class Set>
+    MORVEX_AVX2 static int search(const unsigned char* data, int size,
+                                  const unsigned char* entries) {
+        int at = 0;
+        __m256i table = _mm256_setzero_si256();
+        if constexpr (Set::pairTriggers) {
+            if (Set::triggers(NoByte, data[0])) {
+                return 0;
+            }
+            at = 1;
+        } else {
+            table = _mm256_broadcastsi128_si256(
+                _mm_load_si128(reinterpret_cast<const __m128i*>(entries)));
+        }
+        if (const std::uint64_t found = triggers64<Set>(data + at, table); found != 0) {
+            return at + std::countr_zero(found);
+        }
+        if (const std::uint64_t found = triggers64<Set>(data + at + 64, table); found != 0) {
+            return at + 64 + std::countr_zero(found);
+        }
+        for (at += 128; at <= size - 128; at += 128) {
+            const __m256i a = triggers<Set>(data + at, table);
+            const __m256i b = triggers<Set>(data + at + 32, table);
+            const __m256i c = triggers<Set>(data + at + 64, table);
+            const __m256i d = triggers<Set>(data + at + 96, table);
+            const __m256i all = _mm256_or_si256(_mm256_or_si256(a, b), _mm256_or_si256(c, d));
+            if (_mm256_testz_si256(all, all) == 0) {
+                const std::uint64_t front = mask(a, b);
+                return at +
+                       (front != 0 ? std::countr_zero(front) : 64 + std::countr_zero(mask(c, d)));
+            }
+        }
+        // The rest is less than two steps; the last one overlaps with what was seen.
+        if (at <= size - 64) {
+            if (const std::uint64_t found = triggers64<Set>(data + at, table); found != 0) {
+                return at + std::countr_zero(found);
+            }
+            at += 64;
+        }
+        const int last = size - 64;
+        const std::uint64_t rest =
+            at < size ? triggers64<Set>(data + last, table) >> (at - last) : 0;
+        return rest != 0 ? at + std::countr_zero(rest) : size;
+    }
+};
+
+#undef MORVEX_AVX2
+
+#endif
 
 template <class Set, class Searcher>
 inline int findLineEnd(const unsigned char* data, int size, int& eolSize) {
     const int trigger = size > 0 ? Searcher::template findTrigger<Set>(data, size) : size;
-    if (trigger >= size) {
-        eolSize = 0;
-        return -1;
-    }
     return lineEndAt<Set>(data, trigger, size, eolSize);
 }
 

@@ -262,9 +262,14 @@ TEST(MailDate, KnowsTheLocalZone) {
     const struct {
         const char* rule;
         int zone;
-    } rows[] = {
-        {"UTC0", 0},        {"<+0530>-5:30", 530}, {"<-0930>9:30", -930},  {"<+14>-14", 1400},
-        {"<-12>12", -1200}, {"<-0030>0:30", -30},  {"<+1245>-12:45", 1245}};
+    } rows[] = {{"UTC0", 0},
+                {"<+0530>-5:30", 530},
+                {"<-0930>9:30", -930},
+                {"<+14>-14", 1400},
+                {"<-12>12", -1200},
+                {"<-0030>0:30", -30},
+                {"<+1245>-12:45", 1245},
+                {"EST5EDT,0/0,J365/25", -400} /* summer time all year */};
     for (const auto& row : rows) {
         const Zone zone(row.rule);
         const std::time_t before = std::time(nullptr);
