@@ -5,17 +5,15 @@
 #include "common/memory/memory_system.h"
 #include "common/thread/thread.h"
 #include "submit/process.h"
+#include "submit/state.h"
 #include "submit/submission.h"
 
 #include <unistd.h>
 
-#include <cstdlib>
-#include <ctime>
-
 int main(int argc, char** argv, char** envp) {
     initializeMemoryAllocationSystem(0, false, 0, 0);
-    std::srand(static_cast<unsigned>(std::time(nullptr)) +
-               (static_cast<unsigned>(::getpid()) << 5));
+    processId = ::getpid();
+    Thread::seedRandom(processId);
     Thread::init();
     guardProcess();
     const int result =

@@ -12,5 +12,10 @@ int StandardInput::read(void* buffer, int size) {
     if (count == -1 && error == 0) {
         error = errno;
     }
+    position += count > 0 ? count : 0;
     return count;
+}
+
+long long StandardInput::lseek(long long offset, Seek origin) {
+    return offset == 0 && origin == SeekCurrent ? position : notAllowed();
 }

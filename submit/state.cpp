@@ -1,5 +1,6 @@
 #include "submit/state.h"
 
+int processId = 0;
 std::uint32_t userId = 0xFFFFFFFFU;
 std::uint32_t mailId = noMailId;
 std::int32_t rcpts = 0;

@@ -16,6 +16,7 @@ class MailQueue;
 inline constexpr std::uint32_t noMailId = 0xFFFFFFFFU;
 inline constexpr std::size_t logidentSize = 40;
 
+extern int processId;         // this process: it never forks
 extern std::uint32_t userId;  // real uid of the caller
 extern std::uint32_t mailId;  // the mail in progress; noMailId before and after it
 extern std::int32_t rcpts;    // recipients taken so far

@@ -8,6 +8,7 @@
 #include "message/mail_msg.h"
 #include "queue/mail_item.h"
 #include "queue/mail_queue.h"
+#include "submit/caller_name.h"
 #include "submit/envelope.h"
 #include "submit/get_args.h"
 #include "submit/handover.h"
@@ -19,7 +20,6 @@
 #include "submit/state.h"
 #include "submit/version.h"
 
-#include <pwd.h>
 #include <sys/stat.h>
 #include <sysexits.h>
 #include <syslog.h>
@@ -39,18 +39,13 @@ char* copyText(const char* text) {
 }
 
 void openLog() {
-    std::snprintf(logident, sizeof logident, "postdock-%d", static_cast<int>(::getpid()));
+    std::snprintf(logident, sizeof logident, "postdock-%d", processId);
     ::openlog(logident, LOG_CONS | LOG_NDELAY, LOG_MAIL);
 }
 
-// A uid without a password entry goes by its number.
 void learnCaller() {
     userId = ::getuid();
-    if (const passwd* entry = ::getpwuid(userId)) {
-        userName = copyText(entry->pw_name);
-    } else {
-        userName = copyText(std::to_string(userId).c_str());
-    }
+    userName = copyText(callerName(userId).c_str());
     ::syslog(LOG_INFO, "Invoked by user '%s' uid '%d'", userName, static_cast<int>(userId));
 }
 

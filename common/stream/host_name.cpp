@@ -1,6 +1,6 @@
 #include "common/stream/host_name.h"
 
-#include <unistd.h>
+#include <sys/utsname.h>
 
 #include <cstdio>
 #include <cstring>
@@ -30,12 +30,9 @@ void composeFQDN(const char* hostName, const char* domainName) {
     std::snprintf(hostnameFQDN + length, sizeof hostnameFQDN - length, ".%s", domainName);
 }
 
+// One call has both names; gethostname and getdomainname are two on top of it.
 void populateFQDN() {
-    char host[HostnameSize];
-    char domain[HostnameSize];
-    const bool named = gethostname(host, sizeof host) == 0;
-    host[sizeof host - 1] = '\0';
-    const bool placed = named && getdomainname(domain, sizeof domain) == 0;
-    domain[sizeof domain - 1] = '\0';
-    composeFQDN(named ? host : nullptr, placed ? domain : nullptr);
+    utsname system;
+    const bool known = ::uname(&system) == 0;
+    composeFQDN(known ? system.nodename : nullptr, known ? system.domainname : nullptr);
 }

@@ -31,6 +31,7 @@ constexpr std::size_t keptNameLength = 62;
 char globalName[64];
 pthread_t mainThread;
 std::uintptr_t mainStackPointer = 0;
+bool randomSeeded = false; // since the last init
 
 const char* unknownPath() {
     return nullptr;
@@ -71,11 +72,19 @@ ReentrantCS* Thread::globalCS = nullptr;
 CriticalSection* Thread::allocCS = nullptr;
 HVector<Thread::CleanupHook*, void*>* Thread::cleanupHooks = nullptr;
 
+void Thread::seedRandom(int process) {
+    std::srand(static_cast<unsigned>(time(nullptr)) + 32 * static_cast<unsigned>(process));
+    randomSeeded = true;
+}
+
 void Thread::init() {
     if (initialized) {
         return;
     }
-    std::srand(static_cast<unsigned>(time(nullptr)) + 32 * static_cast<unsigned>(getpid()));
+    if (!randomSeeded) {
+        seedRandom(getpid());
+    }
+    randomSeeded = false;
     threadinternal::createCurrentThreadKey();
     threadinternal::createSpecificData(threadinternal::globalSpecificData);
     mainStackPointer =
