@@ -13,7 +13,6 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <cstdlib>
 #include <exception>
 #include <string_view>
 
@@ -34,12 +33,6 @@ void occupyStandardDescriptors() {
             static_cast<void>(::open("/", O_PATH));
         }
     }
-}
-
-// Without TZ the C library looks at the zone's file again at each mktime; with its name there it is
-// read once and then taken as it was. The colon says that what follows is a file (POSIX, XBD 8.3).
-void readTimeZoneOnce() {
-    static_cast<void>(::setenv("TZ", ":/etc/localtime", 0));
 }
 
 // Leaves no file of a mail in progress. A mail whose marker stands is the server's: then the run
@@ -87,7 +80,6 @@ void giveUpMail() {
 
 void guardProcess() {
     occupyStandardDescriptors();
-    readTimeZoneOnce();
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
     std::signal(SIGABRT, aborted);

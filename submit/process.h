@@ -6,8 +6,7 @@
 // Keeps descriptors 0 to 2 from being taken by the queue's files, turns the signals of a closed
 // pipe and of a file-size limit into errors of the write, and sees to it that an exception that
 // nobody catches (EX_TEMPFAIL) and an internal check that fails (EX_IOERR) leave no file of the
-// mail. With the mail handed over already both end with EX_OK. Sets TZ where it is not set, to the
-// zone that counts without it.
+// mail. With the mail handed over already both end with EX_OK.
 void guardProcess();
 
 #endif
