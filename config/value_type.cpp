@@ -180,8 +180,12 @@ int csStringCompare(const Value& a, const Value& b) {
     return std::strcmp(textOf(a), textOf(b));
 }
 
+bool isEndOrLineEnd(char c) {
+    return c == '\0' || c == '\n' || c == '\r';
+}
+
 // Writes the text for a quoted value of a file, where only `\"` and `\\` are escapes: a backslash
-// is doubled where it would be read as one of them.
+// is doubled where it would be read as one of them, and before a line end, where it would be lost.
 int escapeText(const char* text, char* buffer, int size) {
     int length = 0;
     const auto put = [&](char c) {
@@ -196,7 +200,7 @@ int escapeText(const char* text, char* buffer, int size) {
             put('\\');
             put('\\');
             put(*++text);
-        } else if (*text == '"' || (*text == '\\' && text[1] == '\0')) {
+        } else if (*text == '"' || (*text == '\\' && isEndOrLineEnd(text[1]))) {
             put('\\');
             put(*text);
         } else {

@@ -1,0 +1,267 @@
+// A tree in the place of a file, and the rotation of the file's copies.
+
+#include "common/error.h"
+#include "common/stream/descriptor.h"
+#include "common/stream/directory.h"
+#include "common/thread/thread.h"
+#include "config/classes.h"
+#include "config/text_saver.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+
+namespace HConfig {
+
+namespace {
+
+// The longest line that a loader takes in a server's file, its line end included.
+constexpr unsigned LONGEST_SERVER_LINE = 2048;
+
+// What stood under a path before a save, and how it gets back there.
+class OldContent {
+public:
+    OldContent(const char* filePath, const std::string& copy) : path(filePath), copyPath(copy) {}
+    OldContent(const OldContent&) = delete;
+    OldContent& operator=(const OldContent&) = delete;
+
+    // Keeps the present content: by renaming the file, or in memory where that cannot be done. 0,
+    // or -1 with the error that kept it from both.
+    int keep() {
+        if (::rename(path, copyPath.c_str()) == 0) {
+            place = Renamed;
+            return 0;
+        }
+        const int code = errno;
+        struct stat status;
+        if (lstat(path, &status) != 0 && errno == ENOENT) {
+            return 0;
+        }
+        if (stat(path, &status) == 0 && S_ISREG(status.st_mode) && readWhole() == 0) {
+            place = InMemory;
+            return 0;
+        }
+        errno = code;
+        return -1;
+    }
+
+    // Undoes whatever a failed save has made. The last error stays.
+    void putBack() const {
+        const int code = errno;
+        if (place == Renamed) {
+            ::rename(copyPath.c_str(), path);
+        } else if (place == InMemory) {
+            writeWhole();
+        } else {
+            ::unlink(path);
+        }
+        errno = code;
+    }
+
+    bool isRenamed() const { return place == Renamed; }
+    bool isInMemory() const { return place == InMemory; }
+
+private:
+    int readWhole() {
+        File file(path);
+        if (file.open(O_RDONLY) != 0) {
+            return -1;
+        }
+        char block[16384];
+        int count = 0;
+        while ((count = file.read(block, sizeof block)) > 0) {
+            content.append(block, static_cast<std::size_t>(count));
+        }
+        return count;
+    }
+
+    // The blocks of the old size are still the file's, so that this needs no space.
+    void writeWhole() const {
+        File file(path);
+        if (file.open(O_WRONLY) != 0) {
+            return;
+        }
+        for (std::size_t at = 0; at < content.size();) {
+            const std::size_t left = content.size() - at;
+            const int size = static_cast<int>(left < INT_MAX ? left : INT_MAX);
+            if (file.writeAll(content.data() + at, size) != size) {
+                return;
+            }
+            at += static_cast<std::size_t>(size);
+        }
+        file.truncate(static_cast<long long>(content.size()));
+    }
+
+    const char* path;
+    const std::string& copyPath;
+    enum { Nowhere, Renamed, InMemory } place = Nowhere; // Nowhere: there was no file
+    std::string content;
+};
+
+const char* lastComponent(const char* path) {
+    const char* slash = std::strrchr(path, '/');
+    return slash != nullptr ? slash + 1 : path;
+}
+
+// `text` with `mark` in front of each of the `special` bytes.
+std::string marked(const std::string& text, const char* special, char mark) {
+    std::string result;
+    for (const char c : text) {
+        if (std::strchr(special, c) != nullptr) {
+            result += mark;
+        }
+        result += c;
+    }
+    return result;
+}
+
+std::string forPattern(const std::string& text) {
+    return marked(text, "*?[\\", '\\');
+}
+
+std::string forTimeFormat(const std::string& text) {
+    return marked(text, "%", '%');
+}
+
+bool isServer(const Object& object) {
+    return &object.getObjectClass()->getDesc() == &CONFIG_DESC.classes[Server::ROW];
+}
+
+} // namespace
+
+TextSaver::TextSaver(const char* path, Object* object, unsigned count)
+    : File(path), stream(nullptr), root(object), backupCount(count) {
+    std::memset(indent, ' ', sizeof indent);
+    setIndent(0);
+    if (backupCount != 0 && path != nullptr) {
+        loadBackupCopies();
+    }
+}
+
+TextSaver::~TextSaver() {
+    for (const File* copy : backups) {
+        Stream::release(copy);
+    }
+}
+
+int TextSaver::saveFile() {
+    const std::string copy = copyPath();
+    OldContent old(getName(), copy);
+    if (copy.empty() || old.keep() != 0) {
+        return -1;
+    }
+    if (fillFile(old.isInMemory()) != 0) {
+        old.putBack();
+        return -1;
+    }
+    if (backupCount == 0) {
+        if (old.isRenamed()) {
+            ::unlink(copy.c_str());
+        }
+        return 0;
+    }
+    backups.push_back(new File(copy.c_str()));
+    if (backups.size() > backupCount) {
+        retireOldest();
+    }
+    return 0;
+}
+
+// Makes the new content and sees it to the disk. With `overwrites` the old content stands in the
+// file still, and is not cut off before the new one has got its space.
+int TextSaver::fillFile(bool overwrites) {
+    if (open(O_WRONLY | O_CREAT | (overwrites ? 0 : O_TRUNC)) != 0) {
+        return -1;
+    }
+    Thread::setLastError(0U);
+    longestLine = isServer(*root) ? LONGEST_SERVER_LINE : 0;
+    int result = save(this, getName());
+    longestLine = 0;
+    if (result == 0 && overwrites) {
+        result = truncate(lseek(0, SeekCurrent));
+    }
+    if (result == 0) {
+        result = forcedFlush();
+    }
+    const unsigned code = Thread::getLastError();
+    close();
+    Thread::setLastError(code);
+    return result;
+}
+
+// ---- Copies -------------------------------------------------------------------------------------
+
+void TextSaver::loadBackupCopies() {
+    const std::string path = getName();
+    const std::size_t slash = path.rfind('/');
+    const std::string directory =
+        slash == std::string::npos ? "." : path.substr(0, slash).substr(0, Dir::MaxPath);
+    const std::string base =
+        path.substr(slash == std::string::npos ? 0 : slash + 1).substr(0, Dir::MaxPath);
+    const std::size_t dot = base.rfind('.');
+    const std::string stem = base.substr(0, dot);
+    const std::string extension = dot == std::string::npos ? "" : base.substr(dot);
+
+    backupFormat = forTimeFormat(directory) + "/" + forTimeFormat(stem) + "-%m-%d-%H:%M:%S" +
+                   forTimeFormat(extension);
+    const std::string time = "-?"
+                             "?-?"
+                             "?-?"
+                             "?:?"
+                             "?:?"
+                             "?"; // two ? in a row may be a trigraph
+    const std::string pattern = forPattern(stem) + time + forPattern(extension);
+    Dir entries(slash == 0 ? "/" : directory.c_str());
+    for (const File* copy =
+             entries.findFirst(pattern.c_str(), Dir::IncludeHidden | Dir::ExcludeDirectories);
+         copy != nullptr; copy = entries.findNext()) {
+        backups.push_back(new File(copy->getName()));
+    }
+    while (backups.size() > backupCount) {
+        retireOldest();
+    }
+}
+
+// Where the old content goes; empty, with the last error set, where that is too long for a path.
+std::string TextSaver::copyPath() const {
+    if (backupCount == 0) {
+        return std::string(getName()) + ".1";
+    }
+    const std::time_t now = std::time(nullptr);
+    std::tm parts = {};
+    if (localtime_r(&now, &parts) == nullptr) {
+        parts = {};
+    }
+    char path[PATH_MAX];
+    const std::size_t length = std::strftime(path, sizeof path, backupFormat.c_str(), &parts);
+    if (length == 0) {
+        Thread::setLastError(HE_NAMETOOLONG);
+    }
+    return std::string(path, length);
+}
+
+// Moves the oldest copy out of the way. It stays where it is if that fails.
+void TextSaver::retireOldest() {
+    File* copy = backups.front();
+    backups.pop_front();
+    if (const char* runDirectory = Thread::getRunDirectory(); runDirectory != nullptr) {
+        std::string target = runDirectory;
+        if (!target.empty() && target.back() != '/') {
+            target += '/';
+        }
+        target += "old_configs";
+        ::mkdir(target.c_str(), 0777);
+        target += '/';
+        target += lastComponent(copy->getName());
+        copy->rename(target.c_str());
+    }
+    Stream::release(copy);
+}
+
+} // namespace HConfig
