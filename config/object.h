@@ -111,12 +111,13 @@ public:
     virtual void clone(Object*& target, const ObjectMarker& marker, bool deep) const;
 
     // Brings this object in line with `source`, attribute by attribute, under its write lock, and
-    // tells its listener of exactly what changed. With `recursive`, also the parts with a life of
-    // their own, after the object itself; children with listeners last, outside the lock. True
-    // when the object itself changed.
+    // tells its listener of exactly what changed. With `recursive`, and a listener that is on, also
+    // the parts with a life of their own, after the object itself; children with listeners last,
+    // outside the lock. Parts of parts stay as they are, but for those of such children. True when
+    // the object itself changed.
     //
-    // Requires, for this and all that brings an object in line with a source: that one of the two
-    // classes is the other or builds on it. The common attributes count then.
+    // Of objects of different classes, here and in all that brings an object in line with a source,
+    // the attributes of their nearest common class count.
     virtual bool update(const Object* source, bool recursive);
     // Announces the object to its listener as changed in all its attributes, in the same order.
     virtual void update(bool recursive);

@@ -103,6 +103,9 @@ void ObjectSet::removeAllObjects() {
 }
 
 void ObjectSet::clone(ObjectSet*& target) const {
+    if (target == this) {
+        return;
+    }
     if (target == nullptr) {
         target = new ObjectSet(objectClass);
     } else {

@@ -127,6 +127,9 @@ void ObjectSet::backup(ObjectSet& copy) const {
 }
 
 void ObjectSet::restore(ObjectSet& copy) {
+    if (&copy == this) {
+        return;
+    }
     removeAllObjects();
     elements.swap(copy.elements);
 }

@@ -45,10 +45,23 @@ unsigned attributeCountOf(const Object& object) {
     return object.getObjectClass()->getAttributeCount();
 }
 
-// Where two objects of different classes meet, one class builds on the other and starts with its
-// attributes.
+// The attributes that two objects share are those of the nearest class that both are or build on,
+// since every class starts with the attributes of its base. Mostly that is one of the two classes;
+// a set may hold members of one key and two kindred classes.
 unsigned commonCountOf(const Object& a, const Object& b) {
-    return std::min(attributeCountOf(a), attributeCountOf(b));
+    const ObjectClass* ofA = a.getObjectClass();
+    const ObjectClass* ofB = b.getObjectClass();
+    while (ofA != ofB && ofA != nullptr && ofB != nullptr) {
+        const ObjectClass*& longer =
+            ofA->getAttributeCount() >= ofB->getAttributeCount() ? ofA : ofB;
+        longer = longer->getBaseClass();
+    }
+    return ofA == ofB && ofA != nullptr ? ofA->getAttributeCount() : 0;
+}
+
+// Of a marker that may have been made for a base class, too.
+bool isMarked(const ObjectMarker& marker, unsigned index) {
+    return index < marker.getCount() && marker.isMarked(index);
 }
 } // namespace
 
@@ -75,10 +88,13 @@ Object* Object::newClone(bool deep) const {
 }
 
 void Object::cloneAttributes(Object& target, const ObjectMarker* marker, bool deep) const {
+    if (&target == this) {
+        return; // or its sets would be emptied first
+    }
     const unsigned count = commonCountOf(*this, target);
     for (unsigned index = 0; index < count; ++index) {
         const Attribute& attribute = attributeAt(index);
-        if ((marker != nullptr && !marker->isMarked(index)) ||
+        if ((marker != nullptr && !isMarked(*marker, index)) ||
             (!deep && attribute.hasFlag(FLAG_OWN_LIFE))) {
             continue;
         }
@@ -148,7 +164,7 @@ bool Object::isEqual(const Object* other, const ObjectMarker& marker) {
         return false;
     }
     for (unsigned index = 0; index < objectClass->getAttributeCount(); ++index) {
-        if (marker.isMarked(index) && !isAttrEqual(attributeAt(index), *other, true)) {
+        if (isMarked(marker, index) && !isAttrEqual(attributeAt(index), *other, true)) {
             return false;
         }
     }
@@ -313,32 +329,44 @@ bool Object::update(const Object* source, bool recursive) {
     return changed;
 }
 
-// Tells the listener of the object as changed in all its attributes, as an update would.
+// Tells the listener of the object as changed in all its attributes, as an update would, and in the
+// same order.
 void Object::announce(ObjectCallback* callback, bool recursive, AttributeList& deferred) {
     const ObjectClass* objectClass = getObjectClass();
     ObjectMarker marker(objectClass->getAttributeCount());
-    AttributeList parts;
+    AttributeList children;
+    AttributeList sets;
     for (unsigned index = 0; index < objectClass->getAttributeCount(); ++index) {
         const Attribute& attribute = attributeAt(index);
-        if (!attribute.hasFlag(FLAG_OWN_LIFE)) {
+        const bool hasOwnLife = attribute.hasFlag(FLAG_OWN_LIFE);
+        if (hasOwnLife && !recursive) {
+            continue;
+        }
+        if (attribute.hasFlag(FLAG_ON_DEMAND)) {
+            doInitAttrOnDemand(attribute, nullptr, false);
+        }
+        if (hasOwnLife && attribute.getKind() == KIND_OBJECT) {
+            if (const Object* child = childAt(attribute); child != nullptr) {
+                (child->getCallback() != nullptr ? deferred : children).push_back(&attribute);
+            }
+        } else if (hasOwnLife && attribute.getKind() == KIND_OBJECT_SET) {
+            sets.push_back(&attribute);
+        } else {
             marker.mark(index);
-        } else if (recursive && !slot(attribute).isEmpty()) {
-            const bool hasListener =
-                attribute.getKind() == KIND_OBJECT && childAt(attribute)->getCallback() != nullptr;
-            (hasListener ? deferred : parts).push_back(&attribute);
         }
     }
     if (marker.isAnyMarked()) {
         callback->onObjectUpdate(marker, nullptr);
     }
-    for (const Attribute* attribute : parts) {
-        if (attribute->getKind() == KIND_OBJECT) {
-            Object* child = childAt(*attribute);
-            ObjectMarker all(attributeCountOf(*child));
-            all.markAll();
-            callback->onChildObjectUpdate(attribute->getIndex(), child, all, nullptr);
-        } else if (attribute->getKind() == KIND_OBJECT_SET) {
-            objectSetAt(*attribute)->update(this, attribute->getIndex());
+    for (const Attribute* attribute : children) {
+        Object* child = childAt(*attribute);
+        ObjectMarker all(attributeCountOf(*child));
+        all.markAll();
+        callback->onChildObjectUpdate(attribute->getIndex(), child, all, nullptr);
+    }
+    for (const Attribute* attribute : sets) {
+        if (ObjectSet* set = objectSetAt(*attribute); set != nullptr) {
+            set->update(this, attribute->getIndex());
         }
     }
 }
@@ -393,8 +421,11 @@ int Object::doPersistentUpdate(const Object* source, const ObjectMarker* marker,
     AttributeList sets;
     for (unsigned index = 0; index < count; ++index) {
         const Attribute& attribute = attributeAt(index);
-        if (marker != nullptr && !marker->isMarked(index)) {
+        if (marker != nullptr && !isMarked(*marker, index)) {
             continue;
+        }
+        if (attribute.hasFlag(FLAG_ON_DEMAND)) {
+            doInitAttrOnDemand(attribute, nullptr, false);
         }
         if (attribute.hasFlag(FLAG_OWN_LIFE) && attribute.getKind() != KIND_VALUE) {
             if (!deep) {

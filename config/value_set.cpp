@@ -46,6 +46,9 @@ void ValueSet::removeAllValues() {
 }
 
 void ValueSet::clone(ValueSet*& target) const {
+    if (target == this) {
+        return;
+    }
     if (target == nullptr) {
         target = new ValueSet(*valueType);
     } else {

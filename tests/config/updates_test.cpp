@@ -1,6 +1,7 @@
 // Bringing trees in line with each other, and what listeners hear of it and can veto.
 
 #include "common/error.h"
+#include "tests/config/recorder.h"
 #include "tests/config/test_schema.h"
 
 #include <string>
@@ -11,71 +12,9 @@ using namespace testschema;
 
 namespace {
 
-// Writes down what it hears and vetoes what it is told to.
-class Recorder : public ObjectCallback {
-public:
-    int onCallerAttach(Object*) override { return note("attach"); }
-    int onObjectUpdate(const ObjectMarker& marker, Object* old) override {
-        return note("update" + marks(marker) + (old != nullptr ? "" : " new"));
-    }
-    int onObjectUpdateEnd(const ObjectMarker& marker, Object*) override {
-        return note("end" + marks(marker));
-    }
-    int onChildObjectAdd(unsigned attribute, Object*) override {
-        return note("add " + std::to_string(attribute));
-    }
-    int onChildObjectRemove(unsigned attribute, Object*) override {
-        return note("remove " + std::to_string(attribute));
-    }
-    int onChildObjectUpdate(unsigned attribute, Object*, const ObjectMarker& marker,
-                            Object*) override {
-        return note("child " + std::to_string(attribute) + ":" + marks(marker));
-    }
-    int onObjectRollback(Object* old) override {
-        rolledBackTo = old->getValue(TYPE_UNSIGNED_INT).asUnsigned();
-        return note("rollback");
-    }
-
-    std::string heard() { return std::exchange(all, ""); }
-    std::string veto; // what starts with it is vetoed
-    unsigned rolledBackTo = 0;
-
-private:
-    std::string all;
-
-    int note(const std::string& what) {
-        EXPECT_TRUE(!enabled || what == "attach") << "off while it hears";
-        all += what + "; ";
-        return !veto.empty() && what.rfind(veto, 0) == 0 ? -1 : 0;
-    }
-    static std::string marks(const ObjectMarker& marker) {
-        std::string indexes;
-        for (unsigned i = 0; i < marker.getCount(); ++i) {
-            indexes += marker.isMarked(i) ? " " + std::to_string(i) : "";
-        }
-        return indexes;
-    }
-};
-
-// A Root with a place for a listener.
-class ListenedRoot final : public RowObject {
-public:
-    ListenedRoot() : RowObject(ROOT) { doInit(false, true); }
-
-    void attachCallback(ObjectCallback* callback, Object* object) override {
-        callable.attachCallback(callback, object);
-    }
-    void enableCallback(bool enable) override { callable.enableCallback(enable); }
-    ObjectCallback* getCallback() const override { return callable.getCallback(); }
-
-private:
-    class Place final : public Callable {};
-    Place callable;
-};
-
 class UpdatesTest : public ConfigTest {
 protected:
-    ListenedRoot root;
+    ListenedObject root{ROOT};
     Recorder recorder;
     std::unique_ptr<Object> source = make(ROOT);
 
@@ -211,11 +150,13 @@ TEST_F(UpdatesTest, APersistentUpdateCanBeVetoed) {
     root.clone(before, true);
     const std::unique_ptr<Object> owned(before);
     changeSource();
+    recorder.atRollback = [&](const Object& old) {
+        EXPECT_TRUE(before->isEqual(&old, true)) << "the old state";
+    };
     for (const auto& row : rows) {
         recorder.veto = row.veto;
         EXPECT_EQ(root.persistentUpdate(source.get(), true), row.result) << row.veto;
         EXPECT_EQ(recorder.heard(), row.heard) << row.veto;
-        EXPECT_EQ(recorder.rolledBackTo, 0u) << "the old state";
         EXPECT_TRUE(recorder.enabled);
         root.doUpdate(before, nullptr, nullptr);
         root.enableCallback(false);
