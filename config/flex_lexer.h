@@ -33,6 +33,18 @@ protected:
         yylineno = 1;
     }
 
+    // For a scanner that looks at an input before it scans it: the window, to be filled with the
+    // first bytes of the input. What is put there counts only if it is all of the input, and told
+    // as that to holdInput. Requires: nothing was scanned since yyrestart.
+    char* emptyWindow(int& room) {
+        room = WINDOW_SIZE;
+        return window;
+    }
+    void holdInput(int size) {
+        limit = window + size;
+        atEnd = true;
+    }
+
     // The next byte, or END_OF_INPUT, which stays.
     int peek() {
         if (next == limit && !refill()) {
@@ -65,7 +77,7 @@ private:
 
     const char* next = window;
     const char* limit = window;
-    bool atEnd = false;
+    bool atEnd = false; // behind the window there is nothing more
     char window[WINDOW_SIZE];
 };
 

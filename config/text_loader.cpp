@@ -140,45 +140,82 @@ void TextLoader::restart(Stream* input) {
     errorText[0] = '\0';
 }
 
-// A server's file is edited by hand; a line that never ends tells that something else stands
-// there. Only the last line may be long, since it may be all of a generated text.
+// Leaves an input that failed the check at its beginning.
 int TextLoader::preScan() {
     if (!expectsServer() || inputStream->lseek(0, Stream::SeekStart) < 0) {
         return 0;
     }
-    int result = -1;
-    {
-        LineTokenizer lines(inputStream, 15, false);
-        int line = 1;
-        bool tooLong = false;
-        for (;;) {
-            int size = MAX_LINE;
-            if (lines.readToken(size) == nullptr) {
-                break;
-            }
-            const bool completed = lines.lastTokenCompleted();
-            if (completed && tooLong) {
-                Thread::log(LOG_LEVEL_ERROR,
-                            "Line '%d' in file '%s' exceeds 2KB, loading configuration aborted.",
-                            line, fileName);
-                Thread::setLastError(HE_CFG_STATEMENT);
-                break;
-            }
-            if (!completed && lines.getInputState() != Stream::StateGood) {
-                result = lines.getInputState() == Stream::StateEnd ? 0 : -1;
-                break;
-            }
-            tooLong = !completed;
-            line += completed ? 1 : 0;
+    bool whole = false;
+    int result = readAhead(whole);
+    if (result == 0 && !whole) {
+        result = rewind() ? checkLines(*inputStream) : -1;
+        if (result == 0) {
+            return rewind() ? 0 : -1;
         }
     }
-    const unsigned code = Thread::getLastError();
-    if (inputStream->lseek(0, Stream::SeekStart) < 0 && result == 0) {
+    if (result != 0) {
+        const unsigned code = Thread::getLastError();
+        inputStream->lseek(0, Stream::SeekStart);
+        Thread::setLastError(code);
+    }
+    return result;
+}
+
+bool TextLoader::rewind() {
+    const bool moved = inputStream->lseek(0, Stream::SeekStart) >= 0;
+    if (!moved) {
         failInput(Thread::getLastError());
+    }
+    return moved;
+}
+
+// An input that fits the scanner's window with its end is read once, for the check and for the
+// scanner. -1 if it fails the check; of a longer one nothing is kept.
+int TextLoader::readAhead(bool& whole) {
+    int room = 0;
+    char* const head = emptyWindow(room);
+    int size = 0;
+    int count = 1;
+    while (size < room && (count = LexerInput(head + size, room - size)) > 0) {
+        size += count;
+    }
+    whole = count <= 0;
+    if (!whole) {
+        return 0;
+    }
+    if (count < 0 || inputStream->getInputState() != Stream::StateEnd) {
         return -1;
     }
-    Thread::setLastError(code);
-    return result;
+    holdInput(size);
+    MemoryStream input(head, size);
+    return checkLines(input);
+}
+
+// A server's file is edited by hand; a line that never ends tells that something else stands
+// there. Only the last line may be long, since it may be all of a generated text.
+int TextLoader::checkLines(Stream& input) {
+    LineTokenizer lines(&input, 15, false);
+    int line = 1;
+    bool tooLong = false;
+    for (;;) {
+        int size = MAX_LINE;
+        if (lines.readToken(size) == nullptr) {
+            return -1;
+        }
+        const bool completed = lines.lastTokenCompleted();
+        if (completed && tooLong) {
+            Thread::log(LOG_LEVEL_ERROR,
+                        "Line '%d' in file '%s' exceeds 2KB, loading configuration aborted.", line,
+                        fileName);
+            Thread::setLastError(HE_CFG_STATEMENT);
+            return -1;
+        }
+        if (!completed && lines.getInputState() != Stream::StateGood) {
+            return lines.getInputState() == Stream::StateEnd ? 0 : -1;
+        }
+        tooLong = !completed;
+        line += completed ? 1 : 0;
+    }
 }
 
 // To the scanner a read that fails is the end of the input; the load tells it from that.

@@ -207,6 +207,9 @@ private:
 
     int loadFile(Object*& object);
     int preScan();
+    int readAhead(bool& whole);
+    bool rewind();
+    int checkLines(Stream& input);
     void failInput(unsigned code);
     void dropContexts();
     bool expectsServer() const;

@@ -379,7 +379,7 @@ private:
 
 TEST_F(TextLoaderTest, InputThatFailsIsNoEndOfInput) {
     struct Row {
-        const char* input;
+        std::string input;
         int failingRead, failingSeek;
         int result;
         const char* threads; // maxIndexingThreads of the caller's root, whose default is 2
@@ -387,14 +387,22 @@ TEST_F(TextLoaderTest, InputThatFailsIsNoEndOfInput) {
     const Row rows[] = {
         {"", 1, 0, -1, "0"},
         {"# ends as a comment \nServer {}", 2, 0, -1, "0"},
-        {"Server {           }Server { maxIndexingThreads = 5 }", 2, 0, -1, "2"},
-        {"Server {           }\nServer { maxIndexingThreads = 5 }", 9, 0, 0, "5"},
-        {"Server { maxIndexingThreads = 5 serverName = a }", 3, 0, -1, "5"},
-        {"Server { maxIndexingThreads = 5 }", 0, 2, -1, "0"},
-        {"Server { maxIndexingThreads = 5 }", 0, 1, 0, "5"}, // cannot seek: not scanned before
+        {"Server {           }Server { maxIndexingThreads = 5 }", 2, 0, -1, "0"},
+        // Read once, up to its end, and not begun again.
+        {"Server {           }\nServer { maxIndexingThreads = 5 }", 5, 2, 0, "5"},
+        // Too long for that.
+        {std::string(5000, '\n') + "Server { maxIndexingThreads = 5 }", 0, 0, 0, "5"},
+        {std::string(5000, '\n') + "Server { maxIndexingThreads = 5 }", 0, 2, -1, "0"},
+        {std::string(5000, '\n') + "Server { maxIndexingThreads = 5 }", 0, 3, -1, "0"},
+        {std::string(4096, '\n') + "Server { maxIndexingThreads = 5 }", 413, 0, -1, "5"},
+        // Cannot seek: not scanned before.
+        {"Server { maxIndexingThreads = 5 }", 0, 1, 0, "5"},
+        {"# ends as a comment \nServer {}", 2, 1, -1, "0"},
+        {"Server {           }Server { maxIndexingThreads = 5 }", 2, 1, -1, "2"},
+        {"Server { maxIndexingThreads = 5 serverName = a }", 3, 1, -1, "5"},
     };
     for (const Row& row : rows) {
-        SCOPED_TRACE(std::string(row.input) + std::to_string(row.failingRead));
+        SCOPED_TRACE(row.input + std::to_string(row.failingRead));
         std::string text = row.input;
         FaultyStream input(text, row.failingRead, row.failingSeek);
         Server server;
