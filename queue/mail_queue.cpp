@@ -37,7 +37,7 @@ void destroyLock(CriticalSection* lock, void*) {
 MailQueue::MailQueue(MailShepherd* partner)
     : items(new RBTree(destroyItem)), unboundIds(unboundIdsOrder), lock(0), shepherd(partner),
       freeLocks(freeLocksOrder, destroyLock), queueSize(0), pathBuffer(new char[FileNames::room]()),
-      prefixLength(0), lastEntry(-1), authToken(nullptr), markerError(0), handedOver(false) {
+      prefixLength(0), lastEntry(-1), authToken(nullptr), markerError(0), handOver(NotHandedOver) {
 }
 
 MailQueue::~MailQueue() {
@@ -168,7 +168,7 @@ int MailQueue::endData(MailItem*& item, SourceTypes source, IncomingStream* stre
     if (item == nullptr) {
         return 0;
     }
-    handedOver = false;
+    handOver = NotHandedOver;
     File marker;
     const int sizeChange = item->endData(this, source, stream);
     if (sizeChange == -1) {
@@ -195,14 +195,13 @@ int MailQueue::endData(MailItem*& item, SourceTypes source, IncomingStream* stre
     return 0;
 }
 
-// The hand-over: both files of the mail are complete and closed by now. The flag goes up first: if
-// the process dies behind the system call, a handler must not take the mail from the server.
+// The hand-over: both files of the mail are complete and closed by now. If the process dies in or
+// behind the system call, a handler must neither take the mail from the server nor call a mail
+// handed over that is not.
 void MailQueue::makeMarker(File& marker) {
-    handedOver = true;
+    handOver = Underway;
     const unsigned error = marker.open(O_RDWR | O_CREAT) == 0 ? 0 : Thread::getLastError();
-    if (error != 0) {
-        handedOver = false;
-    }
+    handOver = error == 0 ? HandedOver : NotHandedOver;
     {
         Locker locked(lock);
         markerError = error;
@@ -210,6 +209,11 @@ void MailQueue::makeMarker(File& marker) {
     if (error != 0) {
         Thread::setLastError(error);
     }
+}
+
+bool MailQueue::isHandedOver() const noexcept {
+    const HandOver state = handOver.load();
+    return state == HandedOver || (state == Underway && ::access(pathBuffer, F_OK) == 0);
 }
 
 unsigned MailQueue::getMarkerError() {

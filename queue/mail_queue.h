@@ -103,10 +103,14 @@ public:
     // it stays the caller's.
     int endData(MailItem*& item, SourceTypes source, IncomingStream* stream);
 
-    // Whether the mail of the latest endData is the server's: its marker stands. True from the
-    // moment that the marker may be there, which is before anything can fail behind its creation,
-    // and false again where it could not be made. One atomic load: safe in a signal handler.
-    bool isHandedOver() const noexcept { return handedOver.load(); }
+    // Whether the mail of the latest endData is the server's: its marker stands. While the marker
+    // is being made this looks for it on the disk. Safe in a signal handler of a process with one
+    // thread.
+    bool isHandedOver() const noexcept;
+
+    // Whether the marker is being made: until that is over, one that is not on the disk may be
+    // still to come, or may have been taken up already. Safe in a signal handler.
+    bool isHandOverUnderway() const noexcept { return handOver.load() == Underway; }
 
     // What kept the latest endData that made a marker from making it: 0 where it stands. A mail
     // without its marker is complete but will never be looked at by the server; removeMailFiles
@@ -174,6 +178,9 @@ private:
     CriticalSection* takeWaitLock();
     void giveWaitLock(CriticalSection* waitLock);
 
+    // While Underway, pathBuffer holds the name of the marker.
+    enum HandOver : unsigned char { NotHandedOver, Underway, HandedOver };
+
     MailItem* search(int id);
     MailItem* bindLoaded(MailItem* item, int id, int timeout);
     void removeReleased(MailItem* item);
@@ -190,8 +197,8 @@ private:
     std::int32_t lastEntry;              // highest entry directory; -1 for none
     char* authToken;                     // owned: first line of the token file, or null
     unsigned markerError;                // see getMarkerError; guarded by `lock`
-    std::atomic<bool> handedOver;        // see isHandedOver
-    static_assert(std::atomic<bool>::is_always_lock_free);
+    std::atomic<HandOver> handOver;      // see isHandedOver
+    static_assert(std::atomic<HandOver>::is_always_lock_free);
 };
 
 #endif

@@ -23,11 +23,15 @@ namespace {
 // its place is taken by something that cannot be read.
 void occupyStandardDescriptors() {
     pollfd standard[] = {{STDIN_FILENO, 0, 0}, {STDOUT_FILENO, 0, 0}, {STDERR_FILENO, 0, 0}};
-    if (::poll(standard, 3, 0) <= 0) {
+    const int answered = ::poll(standard, 3, 0);
+    if (answered == 0) {
         return;
     }
     for (const pollfd& entry : standard) {
-        if ((entry.revents & POLLNVAL) != 0) {
+        // Under a limit of less than three descriptors poll refuses to answer.
+        const bool closed =
+            answered > 0 ? (entry.revents & POLLNVAL) != 0 : ::fcntl(entry.fd, F_GETFD) == -1;
+        if (closed) {
             // The lowest free number is the one that is missing. The root is there where no
             // device files are, and opened like this it can be neither read nor written.
             static_cast<void>(::open("/", O_PATH));
@@ -36,7 +40,9 @@ void occupyStandardDescriptors() {
 }
 
 // Leaves no file of a mail in progress. A mail whose marker stands is the server's: then the run
-// has done its work, whatever goes wrong behind that.
+// has done its work, whatever goes wrong behind that. In the instant in which the marker is made
+// nobody can tell whether a marker that is missing has not been made yet or has been taken up
+// already: the files stay, and the run counts as failed.
 void giveUpMail() {
     if (mq == nullptr) {
         return;
@@ -44,7 +50,7 @@ void giveUpMail() {
     if (mq->isHandedOver()) {
         ::_exit(EX_OK);
     }
-    if (mailId != noMailId) {
+    if (mailId != noMailId && !mq->isHandOverUnderway()) {
         mq->removeMailFiles(static_cast<int>(mailId));
     }
 }
@@ -70,6 +76,7 @@ void giveUpMail() {
 // An internal check, such as a close that the system refuses.
 [[noreturn]] void aborted(int) {
     constexpr std::string_view text = "Transaction aborted: an internal check failed";
+    ignoreInterrupt();
     giveUpMail();
     writeFromHandler(STDERR_FILENO, text);
     logFromHandler(LOG_ERR, text);

@@ -226,6 +226,20 @@ TEST(Failure, AnInterruptOfTheRemovalChangesNothing) {
     EXPECT_EQ(desk.mailFiles().size(), 0U);
 }
 
+// Right before the marker is made, and right behind that.
+TEST(Failure, AnAbortAroundTheHandOverNeverReportsAMailWithoutItsMarker) {
+    for (const bool made : {false, true}) {
+        SCOPED_TRACE(made);
+        Desk desk;
+        desk.input = "From: a@x.org\n\nbody\n";
+        desk.environment = {{"MORVEX_TEST_SIGNAL", made ? "stat:/D:2:6" : "open:locals/:1:6"}};
+        const Outcome run = desk.run({"r@x.org"});
+        EXPECT_EQ(run.exitCode, made ? 0 : 74);
+        EXPECT_EQ(desk.markers().size(), made ? 1U : 0U);
+        EXPECT_EQ(desk.mailFiles().size(), made ? 3U : 2U); // as a kill leaves it
+    }
+}
+
 // The next file opened would be read as the message.
 TEST(Failure, ClosedStandardInputWhereThereAreNoDeviceFiles) {
     Desk desk;

@@ -5,10 +5,14 @@
 // MORVEX_TEST_FAULT=CALL:PATH:N:ERRNO: the N-th call (from 1; 0 for every one) of open, mkdir,
 // write, fsync, read, lseek, stat or unlink on a file whose path contains PATH fails with that
 // error.
-// MORVEX_TEST_SIGNAL=CALL:PATH:N: as above, but the process first gets SIGINT.
+// MORVEX_TEST_SIGNAL=CALL:PATH:N[:SIGNAL]: as above, but the process first gets that signal, SIGINT
+// by default.
+// MORVEX_TEST_MEMORY=N: from the N-th allocation of the command on (from 1) none is served any
+// more, and the waits for memory are over at once; with 0 all are served.
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <pthread.h>
 #include <pwd.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -21,11 +25,25 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 
 namespace {
 
+using LookUp = void* (*)(void*, const char*);
+
+// The C library's dlsym: the name is this library's own.
+LookUp realLookUp() {
+    static LookUp found = nullptr;
+    for (const char* version : {"GLIBC_2.34", "GLIBC_2.2.5", "GLIBC_2.17"}) {
+        if (found == nullptr) {
+            found = reinterpret_cast<LookUp>(::dlvsym(RTLD_NEXT, "dlsym", version));
+        }
+    }
+    return found;
+}
+
 template <class Function> Function next(const char* name) {
-    return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name));
+    return reinterpret_cast<Function>(realLookUp()(RTLD_NEXT, name));
 }
 
 using OpenCall = int (*)(const char*, int, ...);
@@ -80,7 +98,7 @@ Rule interrupt{"MORVEX_TEST_SIGNAL"};
 bool fails(const char* call, const char* path) {
     int error = 0;
     if (interrupt.matches(call, path, error)) {
-        ::raise(SIGINT);
+        ::raise(error != 0 ? error : SIGINT);
     }
     if (fault.matches(call, path, error)) {
         errno = error;
@@ -98,9 +116,51 @@ bool fails(const char* call, int fd) {
     return fails(call, path);
 }
 
+// The allocations of the command, which finds the C library's allocator by dlsym.
+long allocations = 0;
+void* (*servedMalloc)(size_t) = nullptr;
+void* (*servedRealloc)(void*, size_t) = nullptr;
+
+bool isServed() {
+    static const long limit = std::atol(std::getenv("MORVEX_TEST_MEMORY"));
+    return ++allocations < limit || limit == 0;
+}
+
+void* limitedMalloc(size_t size) {
+    return isServed() ? servedMalloc(size) : nullptr;
+}
+
+void* limitedRealloc(void* block, size_t size) {
+    return isServed() ? servedRealloc(block, size) : nullptr;
+}
+
 } // namespace
 
 extern "C" {
+
+void* dlsym(void* library, const char* name) noexcept {
+    void* const found = realLookUp()(library, name);
+    if (std::getenv("MORVEX_TEST_MEMORY") == nullptr || library == RTLD_NEXT) {
+        return found;
+    }
+    if (std::strcmp(name, "malloc") == 0) {
+        servedMalloc = reinterpret_cast<void* (*)(size_t)>(found);
+        return reinterpret_cast<void*>(limitedMalloc);
+    }
+    if (std::strcmp(name, "realloc") == 0) {
+        servedRealloc = reinterpret_cast<void* (*)(void*, size_t)>(found);
+        return reinterpret_cast<void*>(limitedRealloc);
+    }
+    return found;
+}
+
+int pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex, const timespec* end) {
+    if (std::getenv("MORVEX_TEST_MEMORY") != nullptr) {
+        return ETIMEDOUT;
+    }
+    using WaitCall = int (*)(pthread_cond_t*, pthread_mutex_t*, const timespec*);
+    return next<WaitCall>("pthread_cond_timedwait")(condition, mutex, end);
+}
 
 void openlog(const char* ident, int option, int facility) {
     char line[256];
