@@ -70,6 +70,9 @@ TEST_F(RWObjectTest, LocksNestAndExclude) {
 
     EXPECT_EQ(object.writeLock(-1), 0);
     EXPECT_EQ(object.readLock(-1), 0) << "a writer may read";
+    object.readUnlock();
+    EXPECT_FALSE(readable(object)) << "and stays the writer";
+    EXPECT_EQ(object.readLock(-1), 0);
     EXPECT_EQ(object.writeLock(-1), 0);
     EXPECT_TRUE(object.isReadLocked());
     EXPECT_TRUE(object.isWriteLocked());
@@ -84,29 +87,7 @@ TEST_F(RWObjectTest, LocksNestAndExclude) {
     EXPECT_TRUE(writable(object));
 }
 
-TEST_F(RWObjectTest, ReadUnlockInsideAWriteLockKeepsTheWriter) {
-    const Shared object;
-    object.writeLock(-1);
-    object.readLock(-1);
-    object.readUnlock();
-    EXPECT_FALSE(readable(object));
-    object.writeUnlock();
-    EXPECT_TRUE(writable(object));
-}
-
-TEST_F(RWObjectTest, UpgradeOfTheOnlyReader) {
-    const Shared object;
-    object.readLock(-1);
-    EXPECT_EQ(object.writeLock(0), 0);
-    EXPECT_FALSE(readable(object));
-    object.writeUnlock();
-    EXPECT_TRUE(readable(object));
-    EXPECT_FALSE(writable(object));
-    object.readUnlock();
-    EXPECT_TRUE(writable(object));
-}
-
-TEST_F(RWObjectTest, FailedUpgradeLeavesAReader) {
+TEST_F(RWObjectTest, UpgradesOfSeveralReadersAndOfTheOnlyOne) {
     const Shared object;
     object.readLock(-1);
     EXPECT_EQ(onThread([&] {
@@ -122,6 +103,11 @@ TEST_F(RWObjectTest, FailedUpgradeLeavesAReader) {
               }),
               1);
     EXPECT_FALSE(object.checkWaitingThreads(true, true));
+    EXPECT_EQ(object.writeLock(0), 0) << "the only reader";
+    EXPECT_FALSE(readable(object));
+    object.writeUnlock();
+    EXPECT_TRUE(readable(object));
+    EXPECT_FALSE(writable(object));
     object.readUnlock();
     EXPECT_TRUE(writable(object)) << "each reader was counted once";
 }
@@ -201,11 +187,16 @@ TEST_F(RWObjectTest, WaitLetsOthersInAndHoldsTheSameAgain) {
     EXPECT_EQ(object.wait(0), -1);
     EXPECT_EQ(Thread::getLastError(), HE_INVALOP);
     int value = 0; // guarded by the object
-    for (const bool alsoReads : {false, true}) {
-        if (alsoReads) {
+    struct {
+        bool reads, writes;
+    } const rows[] = {{false, true}, {true, true}, {true, false}};
+    for (const auto& row : rows) {
+        if (row.reads) {
             object.readLock(-1);
         }
-        object.writeLock(-1);
+        if (row.writes) {
+            object.writeLock(-1);
+        }
         Worker other([&] {
             object.writeLock(-1);
             ++value;
@@ -217,31 +208,21 @@ TEST_F(RWObjectTest, WaitLetsOthersInAndHoldsTheSameAgain) {
         while (value == before) {
             object.wait(longWait);
         }
-        EXPECT_TRUE(object.isWriteLocked());
-        EXPECT_FALSE(readable(object));
+        EXPECT_EQ(object.isWriteLocked(), row.writes);
+        EXPECT_EQ(readable(object), !row.writes);
+        EXPECT_FALSE(writable(object));
         EXPECT_EQ(object.wait(10), -1);
         EXPECT_EQ(Thread::getLastError(), HE_TIMEOUT);
-        object.writeUnlock();
-        EXPECT_EQ(object.isReadLocked(), alsoReads);
-        if (alsoReads) {
+        if (row.writes) {
+            object.writeUnlock();
+        }
+        EXPECT_EQ(object.isReadLocked(), row.reads);
+        if (row.reads) {
             EXPECT_FALSE(writable(object));
             object.readUnlock();
         }
+        EXPECT_TRUE(writable(object));
     }
-    object.readLock(-1); // a reader waits for a writer in the same way
-    Worker other([&] {
-        object.writeLock(-1);
-        ++value;
-        object.writeUnlock();
-        return 0;
-    });
-    ASSERT_EQ(other.start(0), 0);
-    while (value == 2) {
-        object.wait(longWait);
-    }
-    EXPECT_FALSE(writable(object));
-    object.readUnlock();
-    EXPECT_TRUE(writable(object));
 }
 
 // Objects a provider's stride apart share that provider.
