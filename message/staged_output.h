@@ -51,7 +51,7 @@ public:
     }
 
 private:
-    static constexpr int SIZE = 16384;
+    static constexpr int SIZE = 65536;
 
     bool write(const char* data, int size) {
         failed = failed || (size > 0 && output.writeAll(data, size) != size);

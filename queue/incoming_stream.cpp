@@ -131,13 +131,22 @@ int IncomingStream::store(const void* data, int size) {
     sizeLeft = left < INT_MIN ? INT_MIN : static_cast<std::int32_t>(left);
     nonASCII =
         nonASCII || !Utils::isASCII(static_cast<const char*>(data), static_cast<unsigned>(size));
-    if (writer->writeAll(data, size) != size) {
+    if (!writeOut(static_cast<const char*>(data), size)) {
         return -1;
     }
     if (computeCRC) {
         crc = CRC32(static_cast<const unsigned char*>(data), size, crc, crcXor);
     }
     return 0;
+}
+
+// A writer that has something waiting would send all that comes in pieces of its own size, and one
+// that has nothing passes on what is large. So a large piece first completes what waits.
+bool IncomingStream::writeOut(const char* data, int size) {
+    const int room = writer->mustWrite() > 0 ? writer->canWrite() : 0;
+    const int first = size - room >= writerBytes ? room : 0;
+    return writer->writeAll(data, first) == first &&
+           writer->writeAll(data + first, size - first) == size - first;
 }
 
 // Looks for the end of the headers. How many of the bytes are to be stored: all of them, or those

@@ -124,6 +124,7 @@ private:
     bool overflowed = false; // see isOverflowed
 
     int store(const void* data, int size);
+    bool writeOut(const char* data, int size);
     int scanHeaders(const unsigned char* data, int size);
     void scanByte(unsigned char byte);
     bool settleFix(unsigned char byte, int& result);

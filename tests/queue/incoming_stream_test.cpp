@@ -117,6 +117,40 @@ std::string rewritten(const std::string& text) {
     return result;
 }
 
+// What is large does not go to the disk in pieces of the writer's size, whatever waits before it.
+TEST_F(Incoming, passesLargePiecesOn) {
+    const struct {
+        std::size_t waiting;
+        std::size_t size;
+        std::size_t onDisk;
+    } rows[] = {
+        {0, 4095, 0},
+        {0, 4096, 4096},
+        {0, 100000, 100000},
+        {1, 4094, 0},
+        {1, 4095, 4096},
+        {1, 8190, 4096},
+        {1, 8191, 8192},
+        {4095, 4096, 4096},
+        {4095, 4097, 8192},
+        {4095, 70000, 74095},
+        {100, 1 << 20, 100 + (1 << 20)},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::to_string(row.waiting) + " + " + std::to_string(row.size));
+        std::string text(row.waiting + row.size, '-');
+        for (std::size_t i = 0; i < text.size(); ++i) {
+            text[i] = static_cast<char>('!' + i % 89);
+        }
+        make();
+        put(text.substr(0, row.waiting));
+        EXPECT_EQ(static_cast<int>(row.size), put(text.substr(row.waiting)));
+        EXPECT_EQ(static_cast<long long>(row.onDisk), stream->getSize());
+        EXPECT_EQ(0, stream->close(true, true));
+        EXPECT_EQ(text, content());
+    }
+}
+
 TEST_F(Incoming, rewritesLineEnds) {
     make()->fixLineEnds = true;
     EXPECT_EQ(2, put("a\nb"));
