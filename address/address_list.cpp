@@ -1,8 +1,13 @@
 // AddressList: the entries, their printed forms, and the rules for quoting and normalising texts.
+//
+// parse2822 and parseWebmail stand beside their parser objects, which the destructor here reaches
+// through their virtual tables only: a program that calls neither links neither.
 
 #include "address/address_list.h"
 
 #include "address/postdock/flexer.h"
+#include "address/rfc2822/flexer.h"
+#include "address/webmail/flexer.h"
 #include "common/container/hvector.h"
 #include "message/encoded_word.h"
 
@@ -24,11 +29,13 @@ Address* entryAt(const HVector<void*, void*>& addresses, int index) {
 
 AddressList::AddressList()
     : addresses(new HVector<void*, void*>(ListNodeOrder, Address::destroyAddress)),
-      postdockFlexer(nullptr) {
+      webmailFlexer(nullptr), rfc2822Flexer(nullptr), postdockFlexer(nullptr) {
 }
 
 AddressList::~AddressList() {
     delete addresses;
+    delete webmailFlexer;
+    delete rfc2822Flexer;
     delete postdockFlexer;
 }
 

@@ -1,10 +1,10 @@
 // A list of mail addresses (RFC 2822): filled by a parser, printed, merged and searched.
 //
-// The list owns its entries and its parser. A list is made once and parsed into many times: the
-// parser and its text buffers are made by the first parse and kept, so that a further parse of an
-// ordinary address allocates next to nothing. A list is used by one thread at a time; different
-// lists share nothing. A parse reports failure by -1 alone: there is no message, and the last error
-// is not set.
+// The list owns its entries and its parsers, one for each of the three languages. A list is made
+// once and parsed into many times: a parser and its text buffers are made by its first parse and
+// kept, so that a further parse of an ordinary address allocates next to nothing. A list is used by
+// one thread at a time; different lists share nothing. A parse reports failure by -1 alone: there
+// is no message, and the last error is not set.
 
 #ifndef MORVEX_ADDRESS_ADDRESS_LIST_H
 #define MORVEX_ADDRESS_ADDRESS_LIST_H
@@ -13,7 +13,9 @@
 
 #include <string>
 
+class Addr2822Flexer;
 class AddrPostdockFlexer;
+class AddrWebmailFlexer;
 
 class AddressList {
 public:
@@ -37,6 +39,24 @@ public:
     // Requires: neither text is one of an entry of this list, which the call empties first.
     int parsePostdock(const char* text, int maxAddresses, const char* defaultDomain,
                       bool allowNullPath);
+
+    // Parses an address list as it stands in a message header: the language of parsePostdock
+    // without the null address, and with a bare local part, which gets no domain, as an address.
+    // With `clear` the list is emptied first; without, the new entries come behind those of earlier
+    // calls, so that several header values can be collected. Returns 0, or -1 for a text that does
+    // not parse, and for a null one. After -1 the entries that were complete before the failing
+    // point stay in the list.
+    // Requires: with `clear`, the text is none of an entry of this list.
+    int parse2822(const char* text, bool clear);
+
+    // Empties the list, then parses what a person typed into an address field: addresses with or
+    // without a display name, with commas, semicolons and line ends between them. A display name
+    // needs no quotes, may hold 8-bit text and such separators, and may be an address in angle
+    // brackets. A text that ends within a quoted string or an encoded word ends before it. There
+    // are no groups, comments and routes. Returns 0 or -1 as parse2822 does; the list holds Single
+    // entries only.
+    // Requires: the text is none of an entry of this list.
+    int parseWebmail(const char* text);
 
     // The first `maxEntries` entries in header form, joined by ", " and not folded. With `encode`
     // display names and group names that need it come as encoded words (RFC 2047). The flat form
@@ -86,6 +106,8 @@ private:
     int removeMailboxes(Field field, const char* text, int limit);
 
     std::string value;                  // text of the last getAddressListValue or ...Flat
+    AddrWebmailFlexer* webmailFlexer;   // owned; null until the first parseWebmail
+    Addr2822Flexer* rfc2822Flexer;      // owned; null until the first parse2822
     AddrPostdockFlexer* postdockFlexer; // owned; null until the first parsePostdock
 };
 

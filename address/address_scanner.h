@@ -12,6 +12,8 @@
 #ifndef MORVEX_ADDRESS_ADDRESS_SCANNER_H
 #define MORVEX_ADDRESS_ADDRESS_SCANNER_H
 
+#include <string_view>
+
 // The tokens that are no single character; 0 is the end of the text. The values are those that a
 // generated grammar gives to its first tokens.
 enum AddressToken {
@@ -39,16 +41,15 @@ protected:
     AddressScanner();
 
     // Gets ready for a text of inputLength bytes, none of them 0, which LexerInput then gives.
-    // Requires: the scanner is new or was reset; inputLength is at most MaxInputLength.
+    // Requires: the scanner is new or was reset.
     void start(int inputLength);
-    static constexpr int MaxInputLength = 0x7FFFFF00;
 
     // The next token: an AddressToken or a character. commentDepth is the nesting depth of
     // comments, kept between calls for the scanner's own use.
     int scan(int& commentDepth);
 
-    // The text of the last token, good until the next call of any operation.
-    const char* tokenText() const;
+    // The text of the last token, good until the next call of any operation; empty at the end.
+    std::string_view tokenText() const;
 
     // Forgets the text and what was scanned of it, wherever the scanner stood.
     void reset();

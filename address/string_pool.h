@@ -6,6 +6,7 @@
 #define MORVEX_ADDRESS_STRING_POOL_H
 
 #include <string>
+#include <string_view>
 
 template <class T, class A> class HVector;
 
@@ -21,6 +22,7 @@ public:
     // string belongs to the pool and is the caller's until the pool takes it back.
     std::string* addString(const char* text) { return &nextString()->assign(text); }
     std::string* addString(const std::string& text) { return &nextString()->assign(text); }
+    std::string* addString(std::string_view text) { return &nextString()->assign(text); }
     std::string* addEmpty() {
         std::string* string = nextString();
         string->clear();

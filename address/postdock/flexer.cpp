@@ -2,93 +2,52 @@
 
 #include "address/postdock/flexer.h"
 
-#include "address/address_list.h"
-#include "address/pending.h"
+#include "address/address.h"
 #include "address/text_copy.h"
 
-#include <algorithm>
-#include <cstring>
-
 AddrPostdockFlexer::AddrPostdockFlexer(AddressList* list)
-    : commentDepth(0), inputLength(0), inputPosition(0), input(nullptr), defaultDomain(nullptr),
-      maxAddresses(0), count(0), allowNullPath(false), pool(new StringPool),
-      pendingMailboxes(new HVector<void*, void*>(PendingNodeOrder, Mailbox2::destroyMailbox)),
-      pendingGroups(new HVector<void*, void*>(PendingNodeOrder, Address::destroyAddress)),
-      owner(list) {
+    : commentDepth(0), defaultDomain(nullptr), maxAddresses(0), count(0), allowNullPath(false),
+      builder(list) {
 }
 
 AddrPostdockFlexer::~AddrPostdockFlexer() {
-    delete pendingGroups;
-    delete pendingMailboxes;
-    delete pool;
     delete[] defaultDomain;
-    delete[] input;
 }
 
-int AddrPostdockFlexer::parse(const char* text, int limit, const char* domain, bool nullPath) {
-    const std::size_t length = std::strlen(text);
-    if (length > static_cast<std::size_t>(MaxInputLength) || limit < 0) {
+int AddrPostdockFlexer::parse(const char* list, int limit, const char* domain, bool nullPath) {
+    if (limit < 0 || !text.assign(list)) {
         return -1;
     }
-    input = copyText(text, length);
     defaultDomain = copyText(domain);
     maxAddresses = limit;
     allowNullPath = nullPath;
     count = 0;
-    inputLength = static_cast<int>(length);
-    inputPosition = 0;
-    start(inputLength);
+    start(text.length());
     const int result = addrPostdockparse(this);
     clean();
     return result == 0 ? count : -1;
 }
 
 int AddrPostdockFlexer::LexerInput(char* buffer, int maxSize) {
-    const int size = std::min(maxSize, inputLength - inputPosition);
-    std::memcpy(buffer, input + inputPosition, static_cast<std::size_t>(size));
-    inputPosition += size;
-    return size;
+    return text.read(buffer, maxSize);
 }
 
 void AddrPostdockFlexer::clean() {
-    delete[] input;
-    input = nullptr;
+    text.clear();
     delete[] defaultDomain;
     defaultDomain = nullptr;
-    pool->reset();
-    pendingMailboxes->clear();
-    pendingGroups->clear();
+    builder.clean();
     reset();
 }
 
-int AddrPostdockFlexer::nextToken(std::string*& text) {
+int AddrPostdockFlexer::nextToken(std::string*& value) {
     const int token = scan(commentDepth);
-    text = pool->addString(tokenText());
+    value = builder.getPool().addString(tokenText());
     return token;
 }
 
-Mailbox2* AddrPostdockFlexer::newMailbox(const std::string* fullName, const char* addrSpec) {
-    Mailbox2* mailbox = new Mailbox2(fullName != nullptr ? fullName->c_str() : nullptr, addrSpec);
-    enterPending(*pendingMailboxes, mailbox);
-    return mailbox;
-}
-
-Address* AddrPostdockFlexer::newGroup(const char* name) {
-    Address* group = new Group(name);
-    enterPending(*pendingGroups, group);
-    return group;
-}
-
-void AddrPostdockFlexer::moveIntoGroup(Address* group, Mailbox2* mailbox) {
-    if (mailbox != nullptr) {
-        leavePending(*pendingMailboxes, mailbox);
-        group->addMailbox(mailbox);
-    }
-}
-
 bool AddrPostdockFlexer::commitMailbox(Mailbox2* mailbox) {
-    leavePending(*pendingMailboxes, mailbox);
-    owner->addresses->append(new Single(mailbox));
+    builder.deliverMailbox(mailbox);
     ++count;
     return isLimitReached();
 }
@@ -103,8 +62,7 @@ bool AddrPostdockFlexer::commitGroup(Address* group) {
             return false;
         }
     }
-    leavePending(*pendingGroups, group);
-    owner->addresses->append(group);
+    builder.deliverGroup(group);
     count += group->size();
     return isLimitReached();
 }

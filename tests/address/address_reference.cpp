@@ -1,10 +1,14 @@
-#include "tests/address/postdock_reference.h"
+#include "tests/address/address_reference.h"
 
 #include <cctype>
 #include <cstring>
 #include <string_view>
 
 namespace reference {
+
+using support::Entries;
+using support::Entry;
+using support::Mailbox;
 
 namespace {
 
@@ -174,8 +178,8 @@ public:
     Reader(std::vector<Token> list, const char* domain, bool nullPath)
         : tokens(std::move(list)), defaultDomain(domain), allowNullPath(nullPath) {}
 
-    std::vector<Entry> run() {
-        std::vector<Entry> entries;
+    Entries run() {
+        Entries entries;
         if (tokens.empty()) {
             throw Refused();
         }
@@ -300,7 +304,7 @@ private:
         if (defaultDomain == nullptr) {
             throw Refused();
         }
-        return outsideQuotes(spec) + "@" + defaultDomain;
+        return outsideQuotes(spec) + (*defaultDomain != '\0' ? "@" : "") + defaultDomain;
     }
 
     std::string readDomain() {
@@ -353,36 +357,15 @@ private:
     bool allowNullPath;
 };
 
-std::string dumpMailbox(const Mailbox& mailbox) {
-    return mailbox.name.value_or("-") + " <" + mailbox.addrSpec + ">";
-}
-
 } // namespace
 
-std::optional<std::vector<Entry>> parse(const std::string& text, const char* defaultDomain,
-                                        bool allowNullPath) {
+std::optional<Entries> parse(const std::string& text, const char* defaultDomain,
+                             bool allowNullPath) {
     try {
         return Reader(Lexer(text).run(), defaultDomain, allowNullPath).run();
     } catch (const Refused&) {
         return std::nullopt;
     }
-}
-
-std::string dump(const std::vector<Entry>& entries) {
-    std::string out;
-    for (const Entry& entry : entries) {
-        out += out.empty() ? "" : "; ";
-        if (!entry.groupName) {
-            out += dumpMailbox(entry.mailboxes[0]);
-            continue;
-        }
-        out += *entry.groupName + "[";
-        for (std::size_t i = 0; i < entry.mailboxes.size(); ++i) {
-            out += (i > 0 ? ", " : "") + dumpMailbox(entry.mailboxes[i]);
-        }
-        out += "]";
-    }
-    return out;
 }
 
 } // namespace reference

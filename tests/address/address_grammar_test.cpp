@@ -1,0 +1,573 @@
+// The address grammars: rows of text with the whole result, random text against plain readers,
+// written addresses read back, and hostile text.
+
+#include "address/address_list.h"
+#include "address/postdock/flexer.h"
+#include "address/rfc2822/flexer.h"
+#include "address/webmail/flexer.h"
+#include "tests/address/address_reference.h"
+#include "tests/support/random.h"
+#include "tests/support/webmail_model.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <span>
+#include <thread>
+
+namespace {
+
+using support::dump;
+using support::entriesOf;
+
+std::string dump(const AddressList& list) {
+    return dump(entriesOf(list));
+}
+
+// A language with the settings of the rows: a default domain "d" and the null path in the first.
+struct Language {
+    const char* name;
+    int (*parse)(AddressList& list, const char* text); // below 0: refused
+};
+
+const Language Languages[] = {
+    {"postdock",
+     [](AddressList& list, const char* text) { return list.parsePostdock(text, 0, "d", true); }},
+    {"rfc2822", [](AddressList& list, const char* text) { return list.parse2822(text, true); }},
+    {"webmail", [](AddressList& list, const char* text) { return list.parseWebmail(text); }},
+};
+
+// The list that a text gives, or "refused".
+std::string parsed(AddressList& list, const Language& language, const std::string& text) {
+    return language.parse(list, text.c_str()) < 0 ? "refused" : dump(list);
+}
+
+struct Row {
+    const char* text;
+    const char* result; // null: refused
+};
+
+std::string resultOf(const char* result) {
+    return result != nullptr ? result : "refused";
+}
+
+// The same in all three languages.
+const Row CommonRows[] = {
+    {"a@b", "- <a@b>"},
+    {"!#$%&'*+-/=?^_`{|}~@x", "- <!#$%&'*+-/=?^_`{|}~@x>"},
+    {"a@[1.2.3.4]", "- <a@[1.2.3.4]>"},
+    {"<a@b>", "- <a@b>"},
+    {"John Q. Public <a@b>", "John Q. Public <a@b>"},
+    {"a..b <c@d>", "a..b <c@d>"},
+    {"a. <c@d>", "a. <c@d>"},
+    {"=?iso-8859-1?Q?J=F6rg?= <a@b>", "J\303\266rg <a@b>"},
+    {"", nullptr},
+    {"  ", nullptr},
+    {"(x)", nullptr},
+    {"\n", nullptr},
+    {"a@b\rc", nullptr},
+    {"a@b c@d", nullptr},
+    {"First Last", nullptr},
+    {"a@", nullptr},
+    {"@b", nullptr},
+    {".a@b", nullptr},
+    {"a.@b", nullptr},
+    {"a..b@c", nullptr},
+    {"a@.b", nullptr},
+    {"a@b.", nullptr},
+    {"a@b..c", nullptr},
+    {"a@\"b\"", nullptr},
+    {"a@b@c", nullptr},
+    {"<a@b", nullptr},
+    {"a@b>", nullptr},
+    {"<<a@b>>", nullptr},
+    {"<a@b> c", nullptr},
+    {"a@b )", nullptr},
+    {"(unclosed", nullptr},
+    {"(x", nullptr},
+    {"(x\\", nullptr},
+    {"\"unclosed", nullptr},
+    {"\"a\rb\"@c", nullptr},
+    {"a@[1.2", nullptr},
+    {"a@[[]", nullptr},
+    {"a@[1]b", nullptr},
+    {"g: a@b", nullptr},
+    {"g: h: a@b;;", nullptr},
+    {"a@b: c@d;", nullptr},
+    {": a@b;", nullptr},
+    {"a\001@b", nullptr},
+};
+
+// The RFC 2822 family: the rows of the command line, and of headers where these differ.
+const char* const Same = "same";
+
+struct FamilyRow {
+    const char* text;
+    const char* postdock;
+    const char* rfc2822 = Same;
+};
+
+const FamilyRow FamilyRows[] = {
+    // Bare names, addr-specs, comments and white space.
+    {"john", "- <john@d>", "- <john>"},
+    {"a.b.c", "- <a.b.c@d>", "- <a.b.c>"},
+    {"\"a b\"", "- <\"a b\"@d>", "- <\"a b\">"},
+    {" \t a@b \r\n ", "- <a@b>"},
+    {"(comment) a (x) @ (y) b (z)", "- <a@b>"},
+    {"a . b @ c . d", "- <a.b@c.d>"},
+    {"a@b (x (y) z)", "- <a@b>"},
+    {"a@b (\\) \\( [\"<)", "- <a@b>"},
+    {"a@b\n", "- <a@b>"},
+    {"a\nb@c", nullptr},
+    {"\na@\nb\n\n", "- <a@b>"},
+    {"a@b \n (x)\n", "- <a@b>"},
+    // Quoted strings and domain literals.
+    {"\"a   b\"@c", "- <\"a b\"@c>"},
+    {"\"a\tb\"@c", "- <\"a b\"@c>"},
+    {"\" a \r\n b \"@c", "- <\" a b \"@c>"},
+    {"\"a\nb\"@c", "- <\"ab\"@c>"},
+    {"\"a\\\"b\\@\"@c", "- <\"a\\\"b\\@\"@c>"},
+    {"\"\"@c", "- <\"\"@c>"},
+    {"\"a\".b.\"c d\"@e", "- <\"a\".b.\"c d\"@e>"},
+    {"a@[]", "- <a@[]>"},
+    {"a@[ x  y ]", "- <a@[xy]>"},
+    {"a@[\\]]", "- <a@[\\]]>"},
+    // Angle addresses, display names, routes.
+    {"<john>", "- <john@d>", "- <john>"},
+    {"\"Name, Jr.\" <user>", "Name, Jr. <user@d>", "Name, Jr. <user>"},
+    {"\"a\" \"b\" <c@d>", "a\" \"b <c@d>"},
+    {"a.b . c d. <c@d>", "a.b . c d. <c@d>"},
+    {"A(x)B <c@d>", "A B <c@d>"},
+    {"<@r1,@r2:a@b>", "- <a@b>"},
+    {"<@r1,,@[r 2] , (x) @r.3 : (y) a@b>", "- <a@b>"},
+    {"<@r1 @r2:a@b>", "- <a@b>"},
+    {"<@r1,:a@b>", nullptr},
+    {"<,@r1:a@b>", nullptr},
+    // The null address.
+    {"<>", "- <<>>", nullptr},
+    {"( x ) < (y) >", nullptr},
+    {"Name <> ", "Name <<>>", nullptr},
+    {"g: <>, n <>;", "g[- <<>>, n <<>>]", nullptr},
+    // Groups and lists.
+    {"g: a@b;", "g[- <a@b>]"},
+    {"g:;", "g[]"},
+    {"\"my group\" : (x) ; (y)", "my group[]"},
+    {"g: ,a@b,,N <c@d>, ,;, x", "g[- <a@b>, N <c@d>]; - <x@d>", "g[- <a@b>, N <c@d>]; - <x>"},
+    {"g: ,;", "g[]"},
+    {",", ""},
+    {" , (x) ,", ""},
+    {",a@b,,c@d,", "- <a@b>; - <c@d>"},
+    {"a@b,N <c@d> , g:h@i;,j", "- <a@b>; N <c@d>; g[- <h@i>]; - <j@d>",
+     "- <a@b>; N <c@d>; g[- <h@i>]; - <j>"},
+    // Refused.
+    {"a@b\r\n", nullptr},
+    {"j\303\266rg@b", nullptr},
+    {"(\303\266) a@b", nullptr},
+    {"\"\303\266\"@b", nullptr},
+    {"\"\\\303\266\"@b", nullptr},
+    {"a@[\303\266]", nullptr},
+    {"\"\001\"@[\177]", "- <\"\001\"@[\177]>"},
+
+};
+
+const Row WebmailRows[] = {
+    // Separators; those in front of a first address and blanks behind a last one are too much.
+    {"a@b, c@d; e@f", "- <a@b>; - <c@d>; - <e@f>"},
+    {"a@b\nc@d\r\n\t ;,, e@f ;\r\n", "- <a@b>; - <c@d>; - <e@f>"},
+    {"a@b,\r", nullptr},
+    {",a@b", nullptr},
+    {" a@b", nullptr},
+    {"a@b ", nullptr},
+    {"<a@b> ", nullptr},
+    {"< a@b>", nullptr},
+    // Display names.
+    {"John  Doe <a@b>", "John  Doe <a@b>"},
+    {"John Doe\t<a@b>", "John Doe <a@b>"},
+    {"Doe, John <a@b>,x@y", "Doe, John <a@b>; - <x@y>"},
+    {"x@y, Doe ;,\n John<a@b>", "- <x@y>; Doe ;,\n John <a@b>"},
+    {"Doe, <a@b>", nullptr},
+    {"\"Doe, John\" <a@b>", "Doe, John <a@b>"},
+    {"\"a\\\"b\\\\c\\|\"<a@b>", "a\"b\\c| <a@b>"},
+    {"\" a \t b \"<a@b>", " a \t b  <a@b>"},
+    {"\"a\nb\\\nc\" <a@b>", "ab\nc <a@b>"},
+    {"\"a|b\" <c@d>", nullptr},
+    {"\"a}b\" <c@d>", nullptr},
+    {"\"a\\", nullptr},
+    {"\"\" <a@b>", " <a@b>"},
+    {"a\"b c\"d <a@b>", "ab cd <a@b>"},
+    {"\"a\" \t b <a@b>", "a b <a@b>"},
+    {"(J. {x|y} ~^) <a@b>", "(J. {x|y} ~^) <a@b>"},
+    {"\303\251 <a@b>", "\303\251 <a@b>"},
+    {"\351 <a@b>", "\303\251 <a@b>"},
+    {"a? <a@b>", nullptr},
+    {"<John> <a@b>", nullptr},
+    {"<x@y> <a@b>", "x@y <a@b>"},
+    {"<x@y><a@b>,<c@d>", "x@y <a@b>; - <c@d>"},
+    {"<x@y>,<a@b>", "- <x@y>; - <a@b>"},
+    {"N <a@b> <c@d>", nullptr},
+    {"<x@y> <a@b> <c@d>", nullptr},
+    // Encoded words, quotes within them dropped.
+    {"=?utf-8?Q?a_b?= <a@b>", "a b <a@b>"},
+    {"=?utf-8?q?a?=\t=?utf-8?b?Yg==?=<a@b>", "ab <a@b>"},
+    {"=?utf-8?Q?a\"?=\"b?= <a@b>", "ab?= <a@b>"},
+    {"=?utf-8?Q?a?\"\\b\"c\"d\"?= <a@b>", "a?bcd <a@b>"},
+    {"=?utf-8?Q?a?\?= <a@b>", "a? <a@b>"},
+    {"=?utf-8?Q?a\"|\"?= <a@b>", nullptr},
+    {"=?utf-8?X?a?= <a@b>", nullptr},
+    {"=?utf-8?Q?a?", nullptr},
+    {"=?utf-8?Q?a@b?= <a@b>", nullptr}, // the longer match is an address
+    {"=?utf-8?Q?a@b", "- <=?utf-8?Q?a@b>"},
+    // A text that ends within a quoted string or an encoded word ends before it.
+    {"a@b,\"N. <c@d>", "- <a@b>"},
+    {"a@b,=?utf-8?Q?c <c@d>", "- <a@b>"},
+    {"N \"M <a@b>", nullptr},
+    // Addresses. The longest match decides.
+    {"a.b@c.d", "- <a.b@c.d>"},
+    {"a b@c", nullptr},
+    {"a.b <a.b@c.>", nullptr},
+    {"a?b@c?d", "- <a?b@c?d>"},
+    {"\"a b\"@c", nullptr},
+    {"\303\251@b", nullptr},
+    {"a@\303\251", nullptr},
+    {"a@[1.2.3]", nullptr},
+    {"a@[1.2.3.4444]", nullptr},
+    {"a@[IPv6:::1]", "- <a@[IPv6:::1]>"},
+    {"a@[IPv6:::]", "- <a@[IPv6:::]>"},
+    {"a@[ipV6:1:2:3:4:5:6:7:89aF]", "- <a@[ipV6:1:2:3:4:5:6:7:89aF]>"},
+    {"a@[IPv6:1:2:3:4:5:6:1.2.3.4]", "- <a@[IPv6:1:2:3:4:5:6:1.2.3.4]>"},
+    {"a@[IPv6:1:2::3:4:5:6]", "- <a@[IPv6:1:2::3:4:5:6]>"},
+    {"a@[IPv6:1:2::3:4:1.2.3.4]", "- <a@[IPv6:1:2::3:4:1.2.3.4]>"},
+    {"a@[IPv6:1:2::3:4:5:6:7]", nullptr},
+    {"a@[IPv6:1:2::3:4:5:1.2.3.4]", nullptr},
+    {"a@[IPv6:1:2:3:4:5:6:7]", nullptr},
+    {"a@[IPv6:1::2::3]", nullptr},
+    {"a@[IPv6:12345::]", nullptr},
+};
+
+TEST(AddressGrammars, rows) {
+    const auto check = [](const Language& language, const char* text, const char* result) {
+        AddressList list;
+        EXPECT_EQ(parsed(list, language, text), resultOf(result)) << language.name << ": " << text;
+    };
+    const auto& [postdock, rfc2822, webmail] = Languages;
+    for (const Row& row : CommonRows) {
+        for (const Language& language : Languages) {
+            check(language, row.text, row.result);
+        }
+    }
+    for (const FamilyRow& row : FamilyRows) {
+        check(postdock, row.text, row.postdock);
+        check(rfc2822, row.text, row.rfc2822 == Same ? row.postdock : row.rfc2822);
+    }
+    for (const Row& row : WebmailRows) {
+        check(webmail, row.text, row.result);
+    }
+}
+
+// One list serves all three in turn, whatever a parse before left off at.
+TEST(AddressGrammars, keepWhatWasCompleteAndStartAfresh) {
+    const struct {
+        const char* text;
+        const char* header; // behind the entry that stands there already
+        const char* form;
+    } rows[] = {
+        {"a@b, \"c", "- <x@y>; - <a@b>", "- <a@b>"},
+        {"a@b; (c@d", "- <x@y>; - <a@b>", "- <a@b>"},
+        {"g: a@b, N <c@d>;, e@f [", "- <x@y>; g[- <a@b>, N <c@d>]; - <e@f>", ""},
+        {"g: a@b, <c@d>", "- <x@y>", ""},
+        {"john )", "- <x@y>; - <john>", ""},
+        {"<a@b> c", "- <x@y>; - <a@b>", ""},
+        {"a@b )", "- <x@y>; - <a@b>", "- <a@b>"},
+        {"a@b, =?u?q?\"\r", "- <x@y>; - <a@b>", "- <a@b>"},
+    };
+    AddressList list;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text);
+        EXPECT_EQ(list.parsePostdock("a@b (", 0, nullptr, false), -1);
+        EXPECT_EQ(list.parse2822("x@y", true), 0);
+        EXPECT_EQ(list.parse2822(row.text, false), -1);
+        EXPECT_EQ(dump(list), row.header);
+        if (list.parseWebmail(row.text) < 0) {
+            EXPECT_EQ(dump(list), row.form);
+        }
+        EXPECT_EQ(parsed(list, Languages[2], "N <a@b>"), "N <a@b>");
+    }
+    EXPECT_EQ(list.parse2822("c@d, e@f", false), 0);
+    EXPECT_EQ(list.parse2822(nullptr, false), -1);
+    EXPECT_EQ(dump(list), "N <a@b>; - <c@d>; - <e@f>");
+    EXPECT_EQ(list.parse2822(nullptr, true), -1);
+    EXPECT_EQ(dump(list), "");
+    EXPECT_EQ(list.parseWebmail("a@b"), 0);
+    EXPECT_EQ(list.parseWebmail(nullptr), -1);
+    EXPECT_EQ(dump(list), "");
+}
+
+TEST(AddressGrammars, twoThreadsParseTheirOwnLists) {
+    const auto work = [](const Language& language, int* wrong) {
+        AddressList list;
+        AddressList other;
+        for (int i = 0; i < 100; ++i) {
+            for (const Row& row : CommonRows) {
+                *wrong += parsed(list, language, row.text) != resultOf(row.result);
+                *wrong += parsed(other, language, "\"n\" <a@b>") != "n <a@b>";
+            }
+        }
+    };
+    for (const Language& language : Languages) {
+        int wrong[2] = {0, 0};
+        std::thread first(work, language, &wrong[0]);
+        std::thread second(work, Languages[2], &wrong[1]);
+        first.join();
+        second.join();
+        EXPECT_EQ(wrong[0] + wrong[1], 0) << language.name;
+    }
+}
+
+TEST(PostdockGrammar, needsADefaultDomainAndLeaveForTheNullPath) {
+    AddressList list;
+    for (const char* text : {"john", "a@b, john", "N <john>", "g: john;", "<>", "N <>", "g: <>;"}) {
+        SCOPED_TRACE(text);
+        EXPECT_EQ(list.parsePostdock(text, 0, nullptr, false), -1);
+    }
+    EXPECT_EQ(list.parsePostdock(nullptr, 0, "d", true), -1);
+    EXPECT_EQ(list.addresses->size(), 0);
+    EXPECT_EQ(list.parsePostdock("a@b", -1, "d", true), -1);
+}
+
+struct LimitRow {
+    const char* text;
+    int limit;
+    int count;
+    const char* result;
+};
+
+// A mailbox is delivered as soon as it is complete: what stands behind the last one is not judged.
+const LimitRow LimitRows[] = {
+    {"a@b, @@@", 1, 1, "- <a@b>"},
+    {"a@b c@d", 1, 1, "- <a@b>"},
+    {"a@b )", 1, 1, "- <a@b>"},
+    {"a@b \303\266", 1, 1, "- <a@b>"},
+    {"a@b\"", 1, 1, "- <a@b>"},
+    {"<a@b>>", 1, 1, "- <a@b>"},
+    {"john )", 1, 1, "- <john@d>"},
+    {"john, (", 1, 1, "- <john@d>"},
+    {"<> \r", 1, 1, "- <<>>"},
+    {"a@b, c@d", 2, 2, "- <a@b>; - <c@d>"},
+    {"a@b, c@d", 3, 2, "- <a@b>; - <c@d>"},
+    {",,a@b,,c@d,,", 2, 2, "- <a@b>; - <c@d>"},
+    {"g: a@b, c@d, e@f;", 2, 2, "g[- <a@b>, - <c@d>]"},
+    {"x@y, g: a@b, c@d, e@f; )", 2, 2, "- <x@y>; g[- <a@b>]"},
+    {"g:;, a@b )", 1, 1, "- <a@b>"},
+    {"g:;", 5, 0, ""},
+    {"g: ,,;", 5, 0, ""},
+    {"a@b )", 2, -1, "- <a@b>"},
+    {"g: a@b", 1, -1, ""},
+};
+
+TEST(PostdockGrammar, stopsAtTheLimit) {
+    AddressList list;
+    for (const LimitRow& row : LimitRows) {
+        SCOPED_TRACE(row.text);
+        EXPECT_EQ(list.parsePostdock(row.text, row.limit, "d", true), row.count);
+        EXPECT_EQ(dump(list), row.result);
+        // Nothing of a parse that stopped in mid-text is left for the next one.
+        EXPECT_EQ(list.parsePostdock("e@f", 0, nullptr, false), 1);
+        EXPECT_EQ(dump(list), "- <e@f>");
+    }
+}
+
+// A text of the languages' own pieces, which is accepted often enough to be worth comparing.
+std::string randomAddresses(std::mt19937_64& random, std::span<const char* const> pieces) {
+    std::string text;
+    for (std::size_t count = support::below(random, 12); count > 0; --count) {
+        // The first pieces are the harmless ones; the last third breaks most texts.
+        const std::size_t harmless = pieces.size() * 2 / 3;
+        const std::size_t bound = support::below(random, 8) == 0 ? pieces.size() : harmless;
+        text += pieces[support::below(random, bound)];
+    }
+    return text;
+}
+
+const char* const FamilyPieces[] = {
+    "a",  "b.c", "x y", "\"q\"", "\"p q\"", "@",       "@d",       "@[1 2]",   "<",     ">",
+    "<>", ",",   ", ",  ";",     ":",       ".",       " ",        "(c)",      "\r\n ", "\n",
+    "\t", "n <", "a@b", "<a@b>", "g: ",     "@r,@s:",  "(",        ")",        "\"",    "[",
+    "]",  "\\",  "\r",  "\200",  ";,",      "N <a@b>", "g:a@b,c;", "\"\\\"\"", "(\\))", "a . b"};
+
+const char* const FormPieces[] = {"a",           "b.c",      "x y",     "\"q\"", "\"p, q\"",
+                                  "a@b",         "<a@b>",    "N <a@b>", ",",     ", ",
+                                  ";",           "\n",       "\r\n",    " ",     "\t",
+                                  "<c@d> <a@b>", "\303",     "=?x?Q?",  "?=",    "c@d.e",
+                                  "a@[",         "1.2.3.4]", "IPv6:",   "::",    "1:2",
+                                  ":3",          "]",        ">",       "<",     "@",
+                                  "=?",          "?b?",      "?\"",     "\"",    "\\",
+                                  "\r",          "|",        "?",       "[",     "=?x?Q?a\"b\"?="};
+
+TEST(AddressGrammars, agreeWithThePlainReadersOnRandomText) {
+    std::mt19937_64 random = support::seededRandom("AddressGrammars");
+    AddressList list;
+    int accepted = 0;
+    int forms = 0;
+    for (int i = 0; i < 60000; ++i) {
+        const std::string written = randomAddresses(random, FormPieces);
+        const auto form = support::WebmailModel::read(written);
+        ASSERT_EQ(parsed(list, Languages[2], written), form ? dump(*form) : "refused") << written;
+        forms += form.has_value();
+        const std::string text = randomAddresses(random, FamilyPieces);
+        const char* domain = support::below(random, 4) != 0 ? "dom" : nullptr;
+        const bool nullPath = support::below(random, 2) == 0;
+        const auto header = reference::parse(text, "", false);
+        ASSERT_EQ(parsed(list, Languages[1], text), header ? dump(*header) : "refused") << text;
+        const auto expected = reference::parse(text, domain, nullPath);
+        const int count = list.parsePostdock(text.c_str(), 0, domain, nullPath);
+        ASSERT_EQ(count >= 0, expected.has_value()) << text;
+        if (!expected) {
+            continue;
+        }
+        ++accepted;
+        ASSERT_EQ(dump(list), dump(*expected)) << text;
+        // With a limit, the same mailboxes up to it.
+        const int limit = 1 + static_cast<int>(support::below(random, 3));
+        ASSERT_EQ(list.parsePostdock(text.c_str(), limit, domain, nullPath), std::min(limit, count))
+            << text;
+        support::Entries cut;
+        int places = limit;
+        for (const support::Entry& entry : *expected) {
+            support::Entry kept = entry;
+            const std::size_t fits =
+                std::min(entry.mailboxes.size(), static_cast<std::size_t>(places));
+            kept.mailboxes.resize(fits);
+            places -= static_cast<int>(fits);
+            if (fits > 0) {
+                cut.push_back(kept);
+            }
+        }
+        ASSERT_EQ(dump(list), dump(cut)) << text << " limit " << limit;
+    }
+    EXPECT_GT(accepted, 2000);
+    EXPECT_GT(forms, 1000);
+}
+
+// A list as a person or a program writes it comes back as it was meant, and so does its print.
+TEST(AddressGrammars, readBackWhatIsWritten) {
+    std::mt19937_64 random = support::seededRandom("AddressGrammars.written");
+    const auto oneOf = [&random](std::initializer_list<const char*> texts) {
+        return std::string(texts.begin()[support::below(random, texts.size())]);
+    };
+    AddressList list;
+    for (int i = 0; i < 3000; ++i) {
+        const Language& language = Languages[support::below(random, std::size(Languages))];
+        const bool form = &language == &Languages[2];
+        const auto gap = [&] {
+            return form ? "" : oneOf({"", "", " ", "\t", "\r\n ", "(c (\\)) d)"});
+        };
+        support::Entries entries;
+        std::string text;
+        for (std::size_t left = 1 + support::below(random, 5); left > 0; --left) {
+            const std::string local = oneOf({"a", "b.c", "x-y+z", "=?", "d'e"});
+            const std::string domain = oneOf({"example.org", "h", "[10.0.0.1]"});
+            support::Mailbox mailbox{std::nullopt, local + "@" + domain};
+            std::string written = local + gap() + "@" + gap() + domain;
+            if (support::below(random, 2) == 0) {
+                mailbox.name = oneOf({"John", "J. R. Doe", "Doe, John", "a;b <c>", "=3D", "()"});
+                written = (form ? "\"" : gap() + "\"") + *mailbox.name + "\"" + gap() +
+                          oneOf({" ", ""}) + "<" + written + ">";
+            }
+            entries.push_back({std::nullopt, {mailbox}});
+            text += written + gap();
+            if (left > 1) {
+                text += form ? oneOf({",", " ; ", "\n", "\r\n\t", ",;\n "}) : oneOf({",", ", ,"});
+            }
+        }
+        ASSERT_GE(language.parse(list, text.c_str()), 0) << language.name << ": " << text;
+        ASSERT_EQ(dump(list), dump(entries)) << language.name << ": " << text;
+        const std::string printed = list.getAddressListValue(true, list.addresses->size());
+        ASSERT_EQ(parsed(list, language, printed), dump(entries))
+            << language.name << ": " << printed;
+    }
+}
+
+std::string repeated(const std::string& piece, int count) {
+    std::string text;
+    text.reserve(piece.size() * static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i) {
+        text += piece;
+    }
+    return text;
+}
+
+// Each text takes minutes, or all memory, if its cost is more than in proportion to its length. The
+// pool holds a string for each place of the parser's stack and not for each token.
+TEST(AddressGrammars, hostileTextCostsNoMoreThanItsLength) {
+    constexpr int Many = 100000;
+    const struct {
+        std::string text;
+        int count;
+    } rows[] = {
+        {"a@b " + repeated("(", Many), -1},
+        {"a@b " + repeated("(", Many) + repeated(")", Many), 1},
+        {repeated("a.", Many) + "a@" + repeated("b.", Many) + "b", 1},
+        {repeated("a ", Many) + "<x@y>", 1},
+        {repeated("\"a\" . ", Many) + "<x@y>", 1},
+        {"\"" + repeated("a \\\" ", Many) + "\"@b", 1},
+        {"a@[" + repeated("1 ", Many) + "]", 1},
+        {"<" + repeated("@r,(c) ,", Many) + "@r:a@b>", 1},
+        {repeated("a@b,", Many), Many},
+        {"g: " + repeated("N <a@b>,", Many) + ";", Many},
+        {repeated("g:;", Many), -1},
+        {repeated("g:;,", Many), 0},
+        {repeated(",", Many), 0},
+        {repeated("<", Many), -1},
+        {repeated("x", 4 * Many) + "@y", 1},
+        {repeated(" \r\n ", Many) + "a@b", 1},
+        {repeated("\n", Many) + "a@b", 1},
+        // Every production, again and again: a string that one of them keeps would add up.
+        {repeated("<>,N <>,<a@b>,<@r,@s:a@b>,a,a@[1 2],a.b . \"c\" <d@e>,a.. <b>,a. <b>,\"a b\"@c,"
+                  "g:a@b,<>,,;,h:;,(c),",
+                  Many / 10),
+         12 * (Many / 10)},
+    };
+    const struct {
+        std::string text;
+        int result;
+    } forms[] = {
+        {repeated("a@b, ;\r\n", Many), 0},
+        {repeated("a ", Many) + "<x@y>", 0},
+        {repeated("\"a\" ", Many) + "<x@y>", 0},
+        {repeated("\"a\",", Many) + "a<x@y>", 0},
+        {repeated("a,", Many), -1},
+        {"a" + repeated(" ", Many) + "<x@y>", 0},
+        {"a" + repeated(" ", Many), -1},
+        {repeated("a.", Many) + "a", -1},
+        {repeated("a.", Many) + "a@" + repeated("b.", Many) + "b", 0},
+        {"\"" + repeated("\\\" ", Many) + "\" <x@y>", 0},
+        {"=?x?Q?" + repeated("?", Many) + "\"" + repeated("a ", Many) + "\"?= <x@y>", 0},
+        {repeated("=?x?Q?a?= ", Many) + "<x@y>", 0},
+        {repeated("=?a@b,", Many) + "a@b", 0},
+        {repeated("a?", Many), -1},
+        {repeated("<a@b>,<c@d> <e@f>,n<a@b>,\"n\" <a@b>,n \"m\",o <a@b>,", Many / 10), 0},
+    };
+    AddressList list;
+    AddrPostdockFlexer postdock(&list);
+    Addr2822Flexer rfc2822(&list);
+    AddrWebmailFlexer webmail(&list);
+    const auto check = [&list](StringPool& pool, int result, int expected) {
+        EXPECT_EQ(result, expected);
+        EXPECT_EQ(pool.getCapacity(), 64);
+        EXPECT_EQ(pool.getUsed(), 0);
+        list.addresses->clear();
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text.substr(0, 20));
+        check(postdock.getPool(), postdock.parse(row.text.c_str(), 0, "d", true), row.count);
+        // Without the null address the last row is refused at its start.
+        const bool refused = row.count < 0 || row.text.starts_with("<>");
+        check(rfc2822.getPool(), rfc2822.parse(row.text.c_str()), refused ? -1 : 0);
+    }
+    for (const auto& row : forms) {
+        SCOPED_TRACE(row.text.substr(0, 20));
+        check(webmail.getPool(), webmail.parse(row.text.c_str()), row.result);
+    }
+}
+
+} // namespace
