@@ -174,13 +174,14 @@ int MailItem::addRCPT(const char* address) {
 }
 
 // Room for one more recipient record. The record has exactly as much as its recipients took when
-// the envelope was closed, and from then on a multiple of 16.
+// the envelope was closed, and from then on a multiple of 16, which grows with the count so that
+// many recipients take linear time.
 void MailItem::growRecordForRCPT() {
-    if (rcptCount != getField(Format::originalRCPTCount) && rcptCount % 16 != 0) {
+    if (rcptCount < rcptRoom) {
         return;
     }
-    auto* const grown =
-        new unsigned char[Format::recordBytes(versionSlots, (rcptCount | 15) + 1)]();
+    rcptRoom = ((rcptCount + rcptCount / 4) | 15) + 1;
+    auto* const grown = new unsigned char[Format::recordBytes(versionSlots, rcptRoom)]();
     std::memcpy(grown, record, Format::recordBytes(versionSlots, rcptCount));
     delete[] record;
     record = grown;
@@ -192,6 +193,7 @@ IncomingStream* MailItem::endRCPT(MailQueue* queue) {
     }
     dropRecord(); // a loaded mail in this state has one
     versionSlots = firstVersionSlots;
+    rcptRoom = rcptCount;
     record = new unsigned char[Format::recordBytes(versionSlots, rcptCount)]();
     setField(Format::rcptCount, rcptCount);
     setField(Format::originalRCPTCount, rcptCount);
@@ -308,14 +310,23 @@ void MailItem::rstadjust(long long time) {
 }
 
 int MailItem::getDataFileName(MailQueue* queue, unsigned version, char* buffer, int& size) {
+    return checkVersion(version) ? copyDataFileName(queue, version, buffer, size) : -1;
+}
+
+// Whether there is a record with this version; sets the error otherwise.
+bool MailItem::checkVersion(unsigned version) const {
     if (record == nullptr) {
         Thread::setLastError(HE_INVALOP);
-        return -1;
+        return false;
     }
     if (version > getField(Format::lastVersion)) {
         Thread::setLastError(HE_INVAL);
-        return -1;
+        return false;
     }
+    return true;
+}
+
+int MailItem::copyDataFileName(MailQueue* queue, unsigned version, char* buffer, int& size) {
     Locker locked(queue->getLock());
     const char* const name = queue->getDataFileName(id, version);
     const std::size_t length = std::strlen(name);

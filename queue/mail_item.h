@@ -28,6 +28,9 @@
 class CriticalSection;
 class File;
 class IncomingStream;
+class MailItemLoader;
+class Stream;
+class Tree;
 
 class MailItem {
 public:
@@ -38,7 +41,11 @@ public:
         PROCESSING = 2,
         SENT = 6,
         RAW_RECEIVED = 7,
+        RELAY_ERROR = 8,
+        LOCAL_ERROR = 9,
         PROCESSING_ERROR = 10,
+        FILTER_REJECT = 11,
+        FILTER_DISCARD = 12,
         NEW_MAIL = 64,
         ADD_RCPTS = 65,
         GET_DATA = 66,
@@ -132,9 +139,16 @@ public:
     int saveToFile(int* sizeChange);
 
     // Reads the state file. 0, with faults in single fields repaired, or -1 with no record:
-    // HE_SIGNATURE for a file that is no state file, HE_VERSION for another format version,
-    // HE_BADFILE for a damaged one.
+    // HE_SIGNATURE for a file that is no state file, HE_VERSION for a format version that nobody
+    // reads, HE_BADFILE for a damaged one. The file stays as it is.
     int loadFromFile();
+
+    // Makes the record from a state file of an older format version. Called by loadFromFile, and
+    // fails as it does. The file stays in its old form until the next save, which rewrites it.
+    // A mail with a path or an address that the present format refuses can be worked on, but a
+    // save fails with HE_BADFILE and leaves the old file: written, it could not be read again.
+    // Requires: stateFile is open.
+    int loadFromVersion(std::uint16_t major, std::uint16_t minor);
 
     // Appends a copy of a text to the string table and returns its index for a link in the record;
     // -1 with HE_INVAL for null, HE_NOMEM for a full table.
@@ -161,6 +175,129 @@ public:
     // Requires: 0 <= rcpt < getRCPTCount().
     void setRCPTState(int rcpt, std::uint32_t code);
     void setRCPTDataVersion(int rcpt, std::uint32_t version);
+
+    // Fails every recipient that is still open, for `reason` (null: "Delivery aborted"): state
+    // FILTER_REJECT, with the reason as failure text. The mail as a whole becomes SENT. Without a
+    // record only a warning is logged.
+    void forceNDR(const char* reason);
+
+    // Target folders. A folder is a fixed id or the index of a string that holds its name. The
+    // first one of a recipient stands in its record, the others in a chain that grows at its head.
+
+    // The name of a fixed folder id, or null for any other id; and the fixed id of a name, in
+    // whatever case, or -1.
+    static const char* getRCPTMboxName(int id);
+    static int getRCPTMboxId(const char* name);
+
+    // Adds a further folder and returns its id. -1 for an id below 0 or a recipient that is not
+    // there, without a record, and with HE_FBIG for a full string table.
+    int addRCPTMbox(int rcpt, int mbox);
+
+    // The distinct names of the recipient's folders, the first one first and then from the newest
+    // to the oldest; up to `capacity` of them go to `out`, owned by the mail. The result counts
+    // them all. An empty first name means none: 0. -1 with HE_INVALOP without a record.
+    int getRCPTMboxes(int rcpt, const char** out, int capacity);
+
+    // The index of the last recipient with this address, in whatever case, or -1.
+    int getRCPTIndex(const char* address) const;
+
+    // Chains of slots and of filter information. `field` is the head of the chain: for filter
+    // information its offset in the record (filterInfoField and the like give it), for slots its
+    // offset in the recipient's record (rcptMessageSlotsHead or rcptPropertySlotsHead of
+    // RecordFormat). A value is the index of a string, 0 for an empty value of filter information
+    // and for a removed slot. Each adds to the chain, and the newest value counts. Texts that are
+    // found belong to the mail; a value whose string is not there reads as an empty text. A walk
+    // follows 0x10000 links at most: a damaged chain may run in a circle.
+    // Requires: `field` is such a head; 0 <= rcpt < getRCPTCount() except where told.
+
+    // Returns valueIndex, or -1: HE_INVAL for a value below 0, a slot outside 0 to 255 or a
+    // recipient that is not there, HE_INVALOP without a record, HE_FBIG for a full string table.
+    int doAddRCPTSlot(int field, int rcpt, int slot, int valueIndex);
+
+    // Adds an Int32Key with the value for each slot that `out` does not have, and takes a slot out
+    // again where the walk comes to its removal. 0; -1 with HE_INVALOP without a record, with
+    // HE_BADFILE for a broken chain: what was found before stays in `out`.
+    int doGetRCPTSlots(int field, int rcpt, Tree* out);
+
+    // Returns valueIndex, or -1: HE_INVAL for a value below 0 or a key that is null or empty,
+    // HE_INVALOP without a record, HE_FBIG for a full string table.
+    int doSetFilterInfo(int field, const char* key, int valueIndex);
+
+    // The newest value of a key, in whatever case, with `found` set; an empty text and `found`
+    // clear where the chain does not have it; null without record or key, or for a broken chain.
+    const char* doGetFilterInfo(int field, const char* key, bool& found);
+
+    // Adds a StringRefKey with the value for each key that `out` does not have; results as of
+    // doGetRCPTSlots.
+    int doGetFilterInfo(int field, Tree* out);
+
+    // A data version's value of a key; with `followParents` that of the nearest version among it
+    // and those it was derived from. An empty text where there is none; null with HE_INVALOP
+    // without a record, HE_INVAL for a version above the last, and for a broken chain.
+    const char* getDataFilterInfo(unsigned version, const char* key, bool followParents);
+
+    // The heads of the three levels of filter information.
+    // Requires: hasRecord(); version < getVersionSlots(); 0 <= rcpt < getRCPTCount().
+    static constexpr int filterInfoField() { return RecordFormat::filterInfoHead; }
+    int dataFilterInfoField(unsigned version) const {
+        return static_cast<int>(versionRecord(version) - record) + RecordFormat::dataFilterInfoHead;
+    }
+    int rcptFilterInfoField(int rcpt) const {
+        return static_cast<int>(rcptRecord(rcpt) - record) + RecordFormat::rcptFilterInfoHead;
+    }
+
+    // Data versions. Version 0 is the message as it came in; each other one was derived from a
+    // lower one. HE_INVALOP without a record and HE_INVAL for a version above the last are common
+    // to all that name a version.
+
+    // The version that comes next, or 0 with HE_FBIG where there can be no more. Where queue and
+    // buffer are given, the path of its data file goes to `buffer` of `size` bytes, and `size`
+    // becomes its length; 0 with HE_FBIG where it does not fit. Nothing changes in the mail.
+    // Takes the queue's lock.
+    unsigned getNextDataVersion(MailQueue* queue, char* buffer, int& size);
+
+    // Makes `version` the last one, derived from `parent`. 0, or -1: HE_INVAL for a parent above
+    // the last version or a version other than the next, HE_FBIG where there can be no more.
+    int registerNextDataVersion(unsigned version, unsigned parent);
+
+    // Raises the last version, with nothing known about the new ones; a lower one changes nothing.
+    // Requires: version < RecordFormat::versionLimit.
+    void setLastVersion(unsigned version);
+
+    // Whether `version` is `ancestor` or was derived from it; all are derived from version 0.
+    bool isMailVersionDerivedFrom(unsigned version, unsigned ancestor) const;
+
+    // A stream on the data file of a version, on its headers with the empty line, and on its body;
+    // null on failure. The caller owns the reference. The header size is found by reading the
+    // headers if it is not known yet, and kept in the record. Takes the queue's lock.
+    Stream* openDataStream(MailQueue* queue, unsigned version);
+    Stream* openHeaderStream(MailQueue* queue, unsigned version);
+    Stream* openBodyStream(MailQueue* queue, unsigned version);
+
+    // The bytes of the headers with the empty line: as the record has them, or read from the data
+    // file where they are not known or with `rescan`, and kept, also a -1. -1 on failure.
+    int getHeaderSize(MailQueue* queue, unsigned version, bool rescan);
+
+    // What the record has: -1 where it is not known; no error is set.
+    int getCachedHeaderSize(unsigned version) const;
+
+    // Associated streams: files of the mail in a directory of its own for each family, a character.
+    // A file is named by a 24-bit key and a type of two hexadecimal digits; the key sharedKey
+    // stands for the copy that all keys share.
+    static constexpr unsigned sharedKey = 0xFFFFFF;
+
+    // A stream on the file of key and type, at its start; the caller owns the reference. Without
+    // `readOnly` a file that is not there is made, as a copy of the shared one if that exists; with
+    // it, `useShared` gives the shared one in its place. Null: HE_NOENT for a file that is not
+    // there, HE_INVAL for a family, key or type that makes no name, HE_FBIG for too long a name,
+    // or the system's error. Takes the queue's lock.
+    Stream* getAssociatedStream(MailQueue* queue, char family, unsigned key, int type,
+                                bool readOnly, bool useShared);
+
+    // Appends the types below 0x80 that the key has a file of, and with `withShared` those of the
+    // shared files; none twice. Takes the queue's lock.
+    void getAssociatedStreamList(MailQueue* queue, char family, int key, SimpleVector<int>& types,
+                                 bool withShared);
 
     int getId() const { return id; }
     int getRCPTCount() const { return static_cast<int>(rcptCount); }
@@ -210,6 +347,13 @@ private:
     template <class T> void setField(int field, T value) {
         RecordFormat::store<T>(record + field, value);
     }
+    template <class T> void setVersionField(std::uint32_t version, int field, T value) {
+        RecordFormat::store<T>(versionRecord(version) + field, value);
+    }
+    template <class T> void setRCPTField(int rcpt, int field, T value) {
+        RecordFormat::store<T>(rcptRecord(rcpt) + field, value);
+    }
+    bool hasRCPT(int rcpt) const { return rcpt >= 0 && rcpt < getRCPTCount(); }
     void dropRecord();
     void storeState();
 
@@ -229,9 +373,33 @@ private:
     int readRecord(long long& tableSize);
     int readStrings(int tableSize, bool& corrupted);
     int checkPaths() const;
+    int checkAddresses() const;
     int completeFront();
     int checkRecipients(bool corrupted);
     void readParams();
+
+    // loadFromVersion, step by step; each gives 0, or -1 with the last error set.
+    int upgradeEnvelope(const MailItemLoader& old);
+    void upgradeVersions(const MailItemLoader& old);
+    void upgradeParams(const MailItemLoader& old);
+    void upgradeRecipients(const MailItemLoader& old);
+    void upgradeFilterActions(const MailItemLoader& old, int rcpt);
+    void upgradeFilterInfo(int field, Tree& found);
+    void upgradeSlots(int field, int rcpt, Tree& found);
+    int addFolder(const char* name);
+
+    // Chains.
+    const char* mboxNameOf(std::int32_t mbox) const;
+    const char* chainValue(std::uint32_t index) const;
+    int addChainString(std::uint32_t& newHead, const char* text, int length);
+    const char* findFilterInfo(int field, const char* key, bool& found, int& links) const;
+
+    // Data versions and associated streams.
+    bool checkVersion(unsigned version) const;
+    int copyDataFileName(MailQueue* queue, unsigned version, char* buffer, int& size);
+    void growVersions(std::uint32_t slots);
+    File* openDataFile(MailQueue* queue, unsigned version);
+    File* openSplitFile(MailQueue* queue, unsigned version, int& headerSize);
 
     bool appendString(const char* text, std::size_t length);
     bool findParam(const char* name, std::size_t length, int& place) const;
@@ -250,6 +418,8 @@ private:
     CriticalSection* waitLock = nullptr; // from the queue's pool, while lockWord is not 0
     File* stateFile = nullptr;           // owned, nameless; open while lockWord is not 0
     bool stateFileEmpty = false;         // made by this object and never written to
+    bool upgraded = false;               // loaded from an older format and not saved since
+    std::uint32_t rcptRoom = 0;          // recipient records that `record` has room for
 };
 
 #endif

@@ -75,6 +75,9 @@ int MailItem::saveToFile(int* sizeChange) {
         return -1;
     }
     const bool whole = savedStrings == 0;
+    if (upgraded && checkAddresses() == -1) {
+        return -1; // the old file can still be read, the new one could not
+    }
     long long bytes = 0;
     const int result = writeRecord(whole, bytes);
     stateFileEmpty = false;
@@ -82,6 +85,7 @@ int MailItem::saveToFile(int* sizeChange) {
         savedStrings = 0;
         return -1;
     }
+    upgraded = false;
     const int count = strings.size();
     // A count beyond the field's width would say a wrong place: then every save is a whole one.
     savedStrings = count <= UINT16_MAX ? static_cast<std::uint16_t>(count) : std::uint16_t{0};
@@ -147,6 +151,7 @@ void MailItem::forgetContent() {
     savedStrings = 0;
     rcptCount = 0;
     versionSlots = 0;
+    upgraded = false;
     state.store(UNBOUND, std::memory_order_relaxed);
 }
 
@@ -174,8 +179,10 @@ int MailItem::loadContent() {
     if (std::memcmp(header, signature, Format::signatureBytes) != 0) {
         return fail(HE_SIGNATURE);
     }
-    if (Format::load<std::uint16_t>(header + Format::signatureBytes) != versionMajor) {
-        return fail(HE_VERSION);
+    const auto major = Format::load<std::uint16_t>(header + Format::signatureBytes);
+    if (major != versionMajor) {
+        return loadFromVersion(
+            major, Format::load<std::uint16_t>(header + Format::signatureBytes + sizeof major));
     }
     long long tableSize = 0;
     bool corrupted = false;
@@ -228,8 +235,8 @@ int MailItem::readRecord(long long& tableSize) {
     rcptCount = rcpts;
     versionSlots = slots;
     // Where recipients were added before, more may follow.
-    const std::uint32_t room = rcpts != original ? (rcpts | 15) + 1 : rcpts;
-    record = new unsigned char[Format::recordBytes(slots, room)]();
+    rcptRoom = rcpts != original ? (rcpts | 15) + 1 : rcpts;
+    record = new unsigned char[Format::recordBytes(slots, rcptRoom)]();
     std::memcpy(record, block, sizeof block);
     return readExactly(record + sizeof block, static_cast<int>(size - sizeof block), HE_BADFILE);
 }
@@ -274,7 +281,18 @@ int MailItem::completeFront() {
     return strings.size() >= Format::frontStrings || appendString(none, sizeof none - 1) ? 0 : -1;
 }
 
-// Each recipient has an address; a code or a link that is out of range is repaired.
+// Whether the format's reader takes the mail's paths and addresses.
+int MailItem::checkAddresses() const {
+    for (int r = 0; r < getRCPTCount(); ++r) {
+        if (!hasAt(getRCPT(r))) {
+            return fail(HE_BADFILE);
+        }
+    }
+    return checkPaths();
+}
+
+// Each recipient has an address; a code or a link that is out of range is repaired. A fixed folder
+// id is above any link and stays.
 int MailItem::checkRecipients(bool corrupted) {
     const std::uint32_t others = static_cast<std::uint32_t>(strings.size()) - rcptCount;
     for (int r = 0; r < static_cast<int>(rcptCount); ++r) {
@@ -285,8 +303,8 @@ int MailItem::checkRecipients(bool corrupted) {
         if (rcpt[Format::rcptStateWord] >= UNAVAILABLE) {
             rcpt[Format::rcptStateWord] = PROCESSING_ERROR;
         }
-        if (Format::load<std::int32_t>(rcpt + Format::rcptMbox) >=
-            static_cast<std::int32_t>(others)) {
+        const auto mbox = Format::load<std::int32_t>(rcpt + Format::rcptMbox);
+        if (mbox >= static_cast<std::int32_t>(others) && !Format::isFolderId(mbox)) {
             Format::store(rcpt + Format::rcptMbox, std::int32_t{0});
         }
         if (Format::load<std::uint32_t>(rcpt + Format::rcptFailInfo) >= others) {

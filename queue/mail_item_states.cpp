@@ -100,3 +100,30 @@ void MailItem::setRCPTDataVersion(int rcpt, std::uint32_t version) {
     logInfo("Set recipient <%s> data version to %u", address != nullptr ? address : "", version);
     RecordFormat::store(rcptRecord(rcpt) + RecordFormat::rcptDataVersion, version);
 }
+
+void MailItem::forceNDR(const char* reason) {
+    if (record == nullptr) {
+        logWarning("Ignore recipient state change (mail not loaded)");
+        return;
+    }
+    const int text = addString(reason != nullptr ? reason : "Delivery aborted");
+    for (int r = 0; r < getRCPTCount(); ++r) {
+        switch (getRCPTField(r, RecordFormat::rcptStateWord) & RecordFormat::stateMask) {
+        case SENT:
+        case RELAY_ERROR:
+        case LOCAL_ERROR:
+        case PROCESSING_ERROR:
+        case FILTER_REJECT:
+        case FILTER_DISCARD:
+            continue;
+        default:
+            break;
+        }
+        setRCPTState(r, FILTER_REJECT);
+        if (text != -1) {
+            setRCPTField(r, RecordFormat::rcptFailInfo, static_cast<std::uint32_t>(text));
+        }
+    }
+    setState(SENT);
+    storeState();
+}

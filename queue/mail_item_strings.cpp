@@ -3,15 +3,13 @@
 #include "common/error.h"
 #include "common/thread/thread.h"
 #include "queue/mail_item.h"
+#include "queue/param_list.h"
 
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 namespace {
 
-// A parameter string is "%04X:%s=%s": the link to the one before, the name, the value.
-constexpr int paramTextOffset = 5;
 constexpr int paramBufferBytes = 1024;
 
 // The reader wants the colon at the fifth place, so no link has more digits than four.
@@ -39,6 +37,18 @@ int compareParam(const ParamName* name, const char* stored) {
 }
 
 } // namespace
+
+bool ParamList::find(const HVector<const char*>& params, const char* name, std::size_t length,
+                     int& place) {
+    const ParamName wanted = {name, length};
+    return params.binSearch<const ParamName*>(&wanted, compareParam, 0, params.size(), &place);
+}
+
+void ParamList::list(const HVector<const char*>& params, SimpleVector<const char*>& out) {
+    for (int i = params.size() - 1; i >= 0; --i) {
+        out.append(params.get(i));
+    }
+}
 
 bool MailItem::appendString(const char* text, std::size_t length) {
     if (strings.size() >= RecordFormat::stringLimit) {
@@ -70,10 +80,8 @@ const char* MailItem::getLinkedString(std::uint32_t index) const {
     return strings.get(static_cast<int>(rcptCount + index));
 }
 
-// Whether a parameter of this name is there; `place` is its place in `params`, or where it belongs.
 bool MailItem::findParam(const char* name, std::size_t length, int& place) const {
-    const ParamName wanted = {name, length};
-    return params.binSearch<const ParamName*>(&wanted, compareParam, 0, params.size(), &place);
+    return ParamList::find(params, name, length, place);
 }
 
 int MailItem::setParam(const char* name, const char* value) {
@@ -100,7 +108,7 @@ int MailItem::setParam(const char* name, const char* value) {
         return -1;
     }
     setField(RecordFormat::paramHead, static_cast<std::uint32_t>(index));
-    const char* const stored = strings.get(strings.size() - 1) + paramTextOffset;
+    const char* const stored = strings.get(strings.size() - 1) + ParamList::textOffset;
     int place = 0;
     if (findParam(name, std::strlen(name), place)) {
         params.set(place, stored);
@@ -125,38 +133,11 @@ bool MailItem::hasParam(const char* name) {
 }
 
 void MailItem::listParams(SimpleVector<const char*>& out) {
-    for (int i = params.size() - 1; i >= 0; --i) {
-        out.append(params.get(i));
-    }
+    ParamList::list(params, out);
 }
 
-// Fills `params` from the chain, which runs from the newest to the oldest: a name that is there
-// already has a newer value. A damaged chain may run in a circle, which has nothing new the second
-// time: the walk ends when it comes back to `mark`, which moves up at each power of two, so a long
-// string is searched a few times and not thousands.
 void MailItem::readParams() {
-    constexpr int maxLinks = 4096;
-    constexpr std::size_t shortestParam = 7;
-    const std::uint32_t others = static_cast<std::uint32_t>(strings.size()) - rcptCount;
-    std::uint32_t index = getField(RecordFormat::paramHead);
-    std::uint32_t mark = 0;
-    for (int links = 0; links < maxLinks && index >= 1 && index < others && index != mark;
-         ++links) {
-        const char* const text = getLinkedString(index);
-        if (text == nullptr || ::strnlen(text, shortestParam) < shortestParam ||
-            text[paramTextOffset - 1] != ':') {
-            return;
-        }
-        const auto previous = static_cast<std::uint32_t>(std::strtoul(text, nullptr, 16));
-        const char* const stored = text + paramTextOffset;
-        int place = 0;
-        if (const char* end = std::strchr(stored, '=');
-            end != nullptr && !findParam(stored, static_cast<std::size_t>(end - stored), place)) {
-            params.insertAt(place, stored);
-        }
-        if ((links & (links + 1)) == 0) {
-            mark = index;
-        }
-        index = previous;
-    }
+    ParamList::readChain(params, getField(RecordFormat::paramHead),
+                         static_cast<std::uint32_t>(strings.size()) - rcptCount,
+                         [this](std::uint32_t index) { return getLinkedString(index); });
 }

@@ -65,6 +65,16 @@ inline constexpr std::uint32_t rcptLimit = 65536;       // a record with so many
 inline constexpr std::uint32_t versionLimit = 0x100000; // data versions at most
 inline constexpr int stringLimit = 0x1000000;           // strings at most
 
+// The fixed folder ids: 0 for "INBOX", and these; any other id is a string index.
+inline constexpr std::int32_t firstFolderId = 0xFFFFF00;
+inline constexpr int folderIds = 4;
+
+constexpr bool isFolderId(std::int32_t id) {
+    return id == 0 || (id >= firstFolderId && id < firstFolderId + folderIds);
+}
+
+inline constexpr int maxChainLinks = 0x10000; // what a walk along a chain follows at most
+
 // The version records that a record with this `lastVersion` holds: a multiple of 16.
 constexpr std::uint32_t versionSlotsFor(std::uint32_t last) {
     return (last | 15) + 1;

@@ -203,7 +203,6 @@ TEST_F(Record, refusesWhatIsDamagedAndRepairsWhatCanBe) {
     };
     const Row rows[] = {
         {"signature", 0, "X", HE_SIGNATURE},
-        {"older major", 6, bytes({6, 0}), HE_VERSION},
         {"newer major", 6, bytes({8, 0}), HE_VERSION},
         {"any minor", 8, bytes({9, 9}), 0},
         {"recipients", 42, raw(65536U), HE_BADFILE},
