@@ -1,0 +1,425 @@
+// The saver's layout, what a file can hold, and the place of a file with its copies.
+
+#include "common/error.h"
+#include "common/thread/thread.h"
+#include "config/text_loader.h"
+#include "config/text_saver.h"
+#include "tests/config/loader_fixture.h"
+#include "tests/config/saved_text.h"
+#include "tests/config/test_schema.h"
+#include "tests/support/temp_dir.h"
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <ctime>
+#include <filesystem>
+#include <set>
+
+using namespace HConfig;
+using namespace testschema;
+
+namespace {
+
+// The small schema, with the loader's log.
+class TextSaverTest : public LoaderTest {
+protected:
+    void initConfig() override { Config::init(SCHEMA); }
+
+    static std::unique_ptr<Object> make(unsigned row) {
+        return std::unique_ptr<Object>(RowObject::newRowObject(row));
+    }
+    static std::unique_ptr<Object> noted(const std::string& note) {
+        auto object = make(LEAF);
+        object->setStringValue(NAME, "x");
+        object->setStringValue(NOTE, note.c_str());
+        return object;
+    }
+    std::string reloadedNote(Object& object) {
+        EXPECT_EQ(load(savedText(object), "Leaf", true), 0);
+        return loaded != nullptr ? loaded->getValue(NOTE).asText() : "";
+    }
+};
+
+TEST_F(TextSaverTest, WritesEachKindInItsForm) {
+    const auto root = make(ROOT);
+    root->setStringValue(TYPE_INT, "-5");
+    root->setStringValue(TYPE_CHOICE, "yes");
+    root->setStringValue(TYPE_CHOICE_SET, "(smtp log)");
+    root->setStringValue(TYPE_STRING, "say \"hi\" \\n C:\\");
+    root->setStringValue(TYPE_INET_ADDR_SET, "10.0.0.0/8");
+    root->setStringValue(TYPE_DATE_TIME, "03 Nov 2026 10:11:12 +0100");
+    root->setStringValue(TYPE_BINARY_STRING, "QUI=");
+    root->setStringValue(TYPE_TIME, "10:00");
+    root->addStringValue(TAGS, "b");
+    root->addStringValue(TAGS, "a");
+    root->setValue(INTERNAL_NUMBER, Value(7u));
+    const auto member = noted("m");
+    Object* copy = nullptr;
+    member->clone(copy, true);
+    root->addObject(MEMBERS, copy);
+    const std::string part = "        name = \"\"\n        level = 0\n        note = \"\"\n    }\n";
+    const std::string before = "Root {\n"
+                               "    int = -5\n"
+                               "    unsigned = 0\n"
+                               "    choice = yes\n"
+                               "    choices = (log smtpIncoming smtpOutgoing)\n"
+                               "    string = \"say \\\"hi\\\" \\n C:\\\\\"\n"
+                               "    csString = \"\"\n"
+                               "    inetAddr = 0.0.0.0\n"
+                               "    inetAddrSet = 10.0.0.0/255.0.0.0\n"
+                               "    inetSockAddr = 0.0.0.0:0\n"
+                               "    dateTime = \"Tue, 03 Nov 2026 10:11:12 +0100\"\n"
+                               "    binary = \"QUI=\"\n"
+                               "    time = \"10:00:00\"\n"
+                               "    child = {\n" +
+                               part;
+    const std::string ownPart = "    part = {\n" + part;
+    const std::string sets = "    tags = (\n        \"a\"\n        \"b\"\n    )\n\n"
+                             "    csTags = ()\n"
+                             "    members = (\n"
+                             "        {\n"
+                             "            name = \"x\"\n"
+                             "            level = 0\n"
+                             "            note = \"m\"\n"
+                             "        }\n"
+                             "    )\n";
+    const std::string ownSet = "    ownMembers = ()\n";
+    const std::string values = "    folders = ()\n"
+                               "    limited = 0\n"
+                               "    shortText = \"\"\n"
+                               "    serverDefault = \"\"\n"
+                               "    address = 0.0.0.0:0\n"
+                               "    refusedDefault = 0\n";
+    const std::string idle = "    idle = {\n        level = 0\n        note = \"\"\n    }\n}\n";
+    EXPECT_EQ(savedText(*root), before + ownPart + sets + ownSet + values + idle);
+
+    support::Sink sink;
+    TextSaver saver(&sink, root.get());
+    saver.saveInternal = true;
+    saver.saveOwnLife = false;
+    EXPECT_EQ(saver.save(), 0);
+    EXPECT_EQ(sink.text, before + sets + values + "    internal = 7\n" + idle);
+}
+
+TEST_F(TextSaverTest, ATextComesBackAsItWas) {
+    std::string every;
+    for (int byte = 1; byte < 256; ++byte) {
+        const bool holdable = byte == '\t' || byte == '\n' || (byte >= ' ' && byte != 0x7F);
+        every += holdable ? std::string(1, static_cast<char>(byte)) : "";
+    }
+    const std::string rows[] = {
+        "",
+        every,
+        "\r\n\\\r\n\\\n\\\\\n",
+        "\\",
+        "\\\\",
+        "\\\\\\",
+        "\"",
+        "\\\"",
+        "\\\\\"",
+        "\"\\",
+        "\\n\\x",
+        " lead and trail ",
+        "# no comment /* none */ { } ( ) =",
+        std::string(4095, 'x'),
+        std::string(2000, '"'),
+        "\xC3\xA9\xFF",
+    };
+    for (const std::string& text : rows) {
+        EXPECT_EQ(reloadedNote(*noted(text)), text);
+        EXPECT_EQ(takeLog(), std::vector<std::string>());
+    }
+}
+
+TEST_F(TextSaverTest, WhatAFileCannotHoldIsTold) {
+    const struct {
+        std::string text;
+        const char* left;
+    } rows[] = {
+        {std::string(4096, 'x'), ""},
+        {std::string(2048, '"'), ""}, // 4096 bytes when quoted
+        {"a\x01\x1F\x7F"
+         "b\rc\v\r",
+         "abc"},
+        {"\\\x01\"", "\\\""}, // what goes must not leave an escape behind
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(reloadedNote(*noted(row.text)), row.left);
+        const auto log = takeLog();
+        ASSERT_EQ(log.size(), 1u);
+        EXPECT_EQ(log[0], "2 Attribute 'note' of a 'Leaf' object has a value that a file cannot "
+                          "hold as it is");
+    }
+}
+
+TEST_F(TextSaverTest, FailuresOfTheOutputAndOfTheTreeEndTheSave) {
+    const auto root = make(ROOT);
+    const std::string whole = savedText(*root);
+    support::Sink full([] { return 0; });
+    TextSaver saver(&full, root.get());
+    EXPECT_EQ(saver.save(), -1);
+    support::Sink broken([] {
+        Thread::setLastError(HE_FBIG);
+        return -1;
+    });
+    EXPECT_EQ(saver.save(&broken, "x"), -1);
+    EXPECT_EQ(Thread::getLastError(), HE_FBIG);
+    EXPECT_EQ(broken.writes, 1) << "nothing more after a failure";
+    support::Sink good;
+    EXPECT_EQ(saver.save(&good, "x"), 0);
+    EXPECT_EQ(good.text, whole);
+    TextSaver rootless(&good, nullptr);
+    EXPECT_EQ(rootless.save(), -1);
+}
+
+// ---- Files --------------------------------------------------------------------------------------
+
+// A limit on the size of files, as of a disk that is full.
+class SizeLimit {
+public:
+    explicit SizeLimit(rlim_t bytes) : oldHandler(std::signal(SIGXFSZ, SIG_IGN)) {
+        getrlimit(RLIMIT_FSIZE, &oldLimit);
+        const rlimit limit = {bytes, oldLimit.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~SizeLimit() {
+        setrlimit(RLIMIT_FSIZE, &oldLimit);
+        std::signal(SIGXFSZ, oldHandler);
+    }
+    SizeLimit(const SizeLimit&) = delete;
+    SizeLimit& operator=(const SizeLimit&) = delete;
+
+private:
+    rlimit oldLimit = {};
+    void (*oldHandler)(int);
+};
+
+class ServerFileTest : public LoaderTest {
+protected:
+    using Names = std::set<std::string>;
+
+    support::TempDir dir;
+    const std::string run = dir / "run";
+    const std::string path = run + "/morvex.cfg";
+    std::unique_ptr<Object> server;
+    static inline std::string runDirectory;
+
+    void SetUp() override {
+        LoaderTest::SetUp();
+        std::filesystem::create_directory(run);
+        runDirectory = run;
+        Thread::getRunDirectory = [] { return runDirectory.c_str(); };
+        server.reset(Server::newObject());
+        server->setAllToDefault();
+        set("primaryDomain", "example.org");
+    }
+    void TearDown() override {
+        server.reset();
+        Thread::getRunDirectory = [] { return static_cast<const char*>(nullptr); };
+        LoaderTest::TearDown();
+    }
+
+    static Names entries(const std::string& directory) {
+        Names names;
+        std::error_code ignored;
+        for (const auto& entry : std::filesystem::directory_iterator(directory, ignored)) {
+            names.insert(entry.path().filename());
+        }
+        return names;
+    }
+    void set(const char* name, const char* value) {
+        const Attribute* a = server->getObjectClass()->findAttribute(name);
+        ASSERT_EQ(server->setStringValue(a->getIndex(), value), 0);
+    }
+    void expectReload() {
+        Object* object = nullptr;
+        TextLoader loader(path.c_str(), server->getObjectClass(), true);
+        ASSERT_EQ(loader.load(object), 0) << loader.getErrorText();
+        loaded.reset(object);
+        EXPECT_TRUE(server->isEqual(object, true));
+    }
+};
+
+TEST_F(ServerFileTest, ASaveReplacesTheFileAndLeavesNoCopy) {
+    TextSaver saver(path.c_str(), server.get(), 0);
+    EXPECT_EQ(saver.save(), 0) << "the first one makes the file";
+    expectReload();
+    set("primaryDomain", "b.example.org");
+    EXPECT_EQ(saver.save(), 0);
+    expectReload();
+    EXPECT_EQ(entries(run), Names{"morvex.cfg"});
+}
+
+TEST_F(ServerFileTest, CopiesRotateIntoOldConfigs) {
+    const Names old = {"morvex-01-02-03:04:05.cfg", "morvex-01-03-03:04:05.cfg",
+                       "morvex-02-02-03:04:05.cfg", "morvex-12-31-23:59:59.cfg"};
+    for (const std::string& name : old) {
+        support::writeFile(run + "/" + name, name);
+    }
+    for (const char* name : {"morvex.cfg", "morvex-1-2-3.cfg", "x-01-02-03:04:05.cfg"}) {
+        support::writeFile(run + "/" + name, "other");
+    }
+    TextSaver saver(path.c_str(), server.get(), 3);
+    EXPECT_EQ(entries(run + "/old_configs").size(), 1u) << "one too many at the start";
+    const std::time_t before = std::time(nullptr);
+    EXPECT_EQ(saver.save(), 0);
+    const Names moved = entries(run + "/old_configs");
+    EXPECT_EQ(moved.size(), 2u);
+    for (const std::string& name : moved) {
+        EXPECT_EQ(old.count(name), 1u);
+        EXPECT_EQ(support::readFile(run + "/old_configs/" + name), name);
+    }
+    Names fresh;
+    for (const std::string& name : entries(run)) {
+        if (old.count(name) == 0 && name != "old_configs" &&
+            support::readFile(run + "/" + name) == "other") {
+            fresh.insert(name);
+        }
+    }
+    char expected[2][64];
+    for (int second = 0; second < 2; ++second) {
+        const std::time_t at = second == 0 ? before : std::time(nullptr);
+        std::strftime(expected[second], sizeof expected[second], "morvex-%m-%d-%H:%M:%S.cfg",
+                      std::localtime(&at));
+    }
+    EXPECT_EQ(fresh.size(), 3u) << "the copy beside what is none";
+    EXPECT_TRUE(fresh.count(expected[0]) + fresh.count(expected[1]) != 0);
+    expectReload();
+
+    for (int save = 0; save < 5; ++save) { // copies of one second have one name
+        EXPECT_EQ(saver.save(), 0);
+    }
+    EXPECT_LE(entries(run).size(), 3u + 1 + 1 + 2);
+    expectReload();
+}
+
+TEST_F(ServerFileTest, NamesOfAllKindsHaveCopies) {
+    const std::string there = std::filesystem::current_path();
+    ASSERT_EQ(chdir(run.c_str()), 0);
+    const char* const rows[][2] = {
+        {"plain", "plain-01-02-00:00:00"},
+        {"a%d*[x]?.cfg", "a%d*[x]?-01-02-00:00:00.cfg"},
+        {".hidden.cfg", ".hidden-01-02-00:00:00.cfg"},
+        {"two.dots.cfg", "two.dots-01-02-00:00:00.cfg"},
+    };
+    std::filesystem::create_directory("old_configs");
+    for (const auto& [name, oldCopy] : rows) {
+        const std::size_t before = entries(".").size();
+        support::writeFile(name, "old");
+        support::writeFile(oldCopy, "older");
+        TextSaver saver(name, server.get(), 1);
+        EXPECT_EQ(saver.save(), 0);
+        EXPECT_EQ(entries(".").size(), before + 2) << name << " and its copy";
+        EXPECT_EQ(entries("old_configs").count(oldCopy), 1u);
+    }
+    EXPECT_EQ(chdir(there.c_str()), 0);
+}
+
+// The disk is full after any number of bytes: through a file that moves aside, through one that
+// cannot, and where there was none.
+TEST_F(ServerFileTest, AFullDiskLeavesTheOldContent) {
+    const std::size_t size = savedText(*server).size();
+    const std::string old(size / 2, 'o');
+    for (const bool inPlace : {false, true}) {
+        if (inPlace) {
+            std::filesystem::create_directories(path + ".1/x");
+        }
+        const Names names = inPlace ? Names{"morvex.cfg", "morvex.cfg.1"} : Names{"morvex.cfg"};
+        for (std::size_t limit = 0; limit < size; limit += 1 + size / 17) {
+            TextSaver saver(path.c_str(), server.get(), 0);
+            support::writeFile(path, old);
+            int result = 0;
+            unsigned error = 0;
+            {
+                const SizeLimit full(limit);
+                result = saver.save();
+                error = Thread::getLastError();
+            }
+            EXPECT_EQ(result, -1);
+            EXPECT_EQ(error, HE_FBIG);
+            EXPECT_TRUE(support::readFile(path) == old) << limit;
+            EXPECT_EQ(entries(run), names);
+            std::filesystem::remove(path);
+            {
+                const SizeLimit full(limit);
+                result = saver.save();
+            }
+            EXPECT_EQ(result, -1);
+            EXPECT_FALSE(std::filesystem::exists(path)) << "there was no file";
+            support::writeFile(path, std::string(2 * size, 'o'));
+            EXPECT_EQ(saver.save(), 0) << "the disk has room again";
+            expectReload();
+        }
+    }
+}
+
+TEST_F(ServerFileTest, WhatCannotBeReplacedStays) {
+    const std::string missing = run + "/none/morvex.cfg";
+    TextSaver nowhere(missing.c_str(), server.get(), 2);
+    EXPECT_EQ(nowhere.save(), -1);
+    EXPECT_EQ(Thread::getLastError(), HE_NOENT);
+    std::filesystem::create_directories(run + "/dir/x");
+    std::filesystem::create_directories(run + "/dir.1/x");
+    const std::string directory = run + "/dir";
+    TextSaver overDirectory(directory.c_str(), server.get(), 0);
+    EXPECT_EQ(overDirectory.save(), -1);
+    EXPECT_EQ(entries(run), (Names{"dir", "dir.1"}));
+    EXPECT_EQ(entries(directory), Names{"x"});
+
+    TextSaver saver(path.c_str(), server.get(), 0);
+    ASSERT_EQ(saver.save(), 0);
+    const std::string old = support::readFile(path);
+    ASSERT_EQ(chmod(run.c_str(), 0555), 0);
+    if (access(run.c_str(), W_OK) == 0) {
+        std::puts("root writes to every directory: that part is left out");
+    } else {
+        set("primaryDomain", "b.example.org");
+        EXPECT_EQ(saver.save(), 0) << "in place";
+        expectReload();
+        ASSERT_EQ(chmod(path.c_str(), 0444), 0);
+        const std::string before = support::readFile(path);
+        EXPECT_EQ(saver.save(), -1);
+        EXPECT_EQ(support::readFile(path), before);
+    }
+    ASSERT_EQ(chmod(run.c_str(), 0755), 0);
+}
+
+// A file with a line that the loader refuses would keep the server from starting.
+TEST_F(ServerFileTest, NoSavedFileIsRefusedByTheLoader) {
+    const Attribute* name = server->getObjectClass()->findAttribute("sslRandomFile");
+    const unsigned start = sizeof "    sslRandomFile = \"" - 1;
+    const struct {
+        std::string text;
+        bool fits;
+    } rows[] = {
+        {std::string(2048 - start - 2, 'x'), true},
+        {std::string(2048 - start - 1, 'x'), false},
+        {std::string(1000, 'x') + "\n" + std::string(2046, 'y'), true},
+        {"\n" + std::string(2048, 'y') + "\n", false},
+    };
+    for (const auto& [text, fits] : rows) {
+        ASSERT_EQ(server->setStringValue(name->getIndex(), text.c_str()), 0);
+        TextSaver saver(path.c_str(), server.get(), 0);
+        takeLog();
+        EXPECT_EQ(saver.save(), 0);
+        EXPECT_EQ(takeLog().empty(), fits);
+        if (fits) {
+            expectReload();
+        } else {
+            EXPECT_EQ(load(support::readFile(path)), 0);
+            EXPECT_EQ(show("sslRandomFile"), "");
+        }
+    }
+    // Choices of a new object that their menus do not have.
+    server.reset(Server::newObject());
+    takeLog();
+    const std::string text = savedText(*server);
+    EXPECT_FALSE(takeLog().empty());
+    ASSERT_EQ(load(text), 0);
+    EXPECT_EQ(show("clusterSettings.runMode"), "standAlone");
+}
+
+} // namespace
