@@ -225,14 +225,23 @@ int MailMsg::insertToHeaderField(const char* text, const char* name, int index) 
     return 0;
 }
 
-void MailMsg::deleteMimeFields() {
-    fields.remove_if([](HeaderField* field) {
-        const bool mime = isMimeField(*field);
-        if (mime) {
+// Deletes the fields that `matches` picks, in one pass.
+template <class Matches> void MailMsg::deleteIf(Matches matches) {
+    fields.remove_if([&matches](HeaderField* field) {
+        const bool goes = matches(*field);
+        if (goes) {
             delete field;
         }
-        return mime;
+        return goes;
     });
+}
+
+void MailMsg::deleteHeaderFields(const char* name) {
+    deleteIf([name](const HeaderField& field) { return ::strcasecmp(field.getName(), name) == 0; });
+}
+
+void MailMsg::deleteMimeFields() {
+    deleteIf(isMimeField);
 }
 
 void MailMsg::deleteHeaderFields() {

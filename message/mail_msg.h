@@ -12,6 +12,8 @@
 #include "message/folded_line_tokenizer.h"
 #include "message/header_field.h"
 
+#include <strings.h>
+
 #include <list>
 
 class Stream;
@@ -48,6 +50,17 @@ public:
     const char* getHeaderValue(const char* name, int index);
     const char* getHeaderSeparator(const char* name, int index);
 
+    // Hands the value of each field of that name to `take`, in order, until that gives false. A
+    // walk by index would look at the fields before it anew for each.
+    // Requires: `take` leaves the fields alone.
+    template <class Take> void forEachValue(const char* name, Take take) const {
+        for (const HeaderField* field : fields) {
+            if (::strcasecmp(field->getName(), name) == 0 && !take(field->getValue())) {
+                return;
+            }
+        }
+    }
+
     // The index-th field whose name begins with "Content-", or null.
     HeaderField* getMimeHeader(int index) const;
 
@@ -64,6 +77,9 @@ public:
 
     // Removes a field; 0, or -1 if there is none.
     int deleteHeaderField(const char* name, int index);
+
+    // Removes every field of that name.
+    void deleteHeaderFields(const char* name);
 
     // Put text behind or in front of a field's value; 0, or -1 for a null text or no such field.
     int appendToHeaderField(const char* text, const char* name, int index);
@@ -107,6 +123,7 @@ private:
     using Fields = std::list<HeaderField*>;
 
     Fields::iterator findField(const char* name, int index);
+    template <class Matches> void deleteIf(Matches matches);
     int addFieldOf(const char* token, int size);
     int passNormalized(Stream& output);
 

@@ -151,16 +151,15 @@ int collectRecipients(MailMsg& message, const GetArgs& args) {
     }
     if (args.getVal('t', nullptr, 0) != nullptr || args.getArgCount() == 0) {
         for (const char* name : {"To", "Cc", "Bcc"}) {
-            const char* value = nullptr;
-            for (int i = 0;
-                 rcpts < recipientLimit && (value = message.getHeaderValue(name, i)) != nullptr;
-                 ++i) {
-                addHeaderRecipients(name, value);
-            }
+            message.forEachValue(name, [name](const char* value) {
+                if (rcpts < recipientLimit) {
+                    addHeaderRecipients(name, value);
+                }
+                return rcpts < recipientLimit;
+            });
         }
     }
-    while (message.deleteHeaderField("Bcc", 0) != -1) {
-    }
+    message.deleteHeaderFields("Bcc");
     if (mi->getRCPTCount() == 0) {
         report("Transaction aborted: no recipients specified");
         return EX_DATAERR;
