@@ -105,6 +105,8 @@ TEST(Socket, aPeerThatDoesNotTakeAndThenGoesAway) {
     const int taken = pair.client.writeAll(sent.data(), static_cast<int>(sent.size()));
     ASSERT_TRUE(taken > 0 && taken < static_cast<int>(sent.size())) << taken;
     EXPECT_EQ(pair.client.getOutputState(), Stream::StateTimedOut);
+    EXPECT_EQ(pair.client.makeNonBlocking(false), 0); // then the wait alone keeps it from hanging
+    EXPECT_TRUE(fails(pair.client.write("x", 1), HE_TIMEOUT));
     std::string got(static_cast<std::size_t>(taken), ' ');
     EXPECT_EQ(pair.server.readAll(got.data(), taken), taken);
     EXPECT_TRUE(sent.starts_with(got));
