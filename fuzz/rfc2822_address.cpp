@@ -1,0 +1,45 @@
+// The address grammar of headers: it gives what the command line's gives, but for the default
+// domain; a list that parses is printed and parses again to the same addresses. Input: the text.
+
+#include "fuzz/printed_addresses.h"
+
+using support::Entries;
+using support::entriesOf;
+
+FUZZ_TARGET(rfc2822_address) {
+    constexpr char Domain[] = "d.example";
+    const fuzz::Text text(input.rest());
+    AddressList header;
+    const int result = header.parse2822(text.get(), true);
+    const Entries entries = entriesOf(header);
+
+    // What was complete before a failing point is the same as well.
+    AddressList completed;
+    FUZZ_CHECK((completed.parsePostdock(text.get(), 0, Domain, false) >= 0) == (result == 0));
+    AddressList bare;
+    bare.mergeAddressList(&header);
+    for (int i = 0; i < bare.addresses->size(); ++i) {
+        const Address* address = static_cast<const Address*>(bare.addresses->get(i));
+        for (int j = 0; j < address->size(); ++j) {
+            Mailbox2* mailbox = address->getMailbox(j);
+            // A backslash before a quote hides an `@` from findAt, or shows one that is quoted.
+            if (mailbox->findAt() == nullptr && std::strchr(mailbox->addrSpec, '\\') == nullptr) {
+                mailbox->setDomain(Domain);
+            }
+        }
+    }
+    FUZZ_CHECK(entriesOf(bare).size() == entriesOf(completed).size());
+    if (std::strchr(text.get(), '\\') == nullptr) {
+        FUZZ_CHECK(entriesOf(bare) == entriesOf(completed));
+    }
+
+    if (result == 0) {
+        fuzz::checkPrint(header, [](AddressList& again, const char* printed) {
+            return again.parse2822(printed, true);
+        });
+    }
+    Entries twice = entries;
+    twice.insert(twice.end(), entries.begin(), entries.end());
+    FUZZ_CHECK(header.parse2822(text.get(), false) == result);
+    FUZZ_CHECK(entriesOf(header) == twice);
+}
