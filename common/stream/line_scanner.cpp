@@ -6,9 +6,8 @@
 #include <atomic>
 #include <climits>
 
-#if defined(__x86_64__) && __has_include(<sys/platform/x86.h>)
+#if defined(__x86_64__)
 #include <dlfcn.h>
-#include <sys/platform/x86.h>
 #endif
 
 namespace {
@@ -56,19 +55,22 @@ using ChosenKernel = scan::Kernel;
 #if defined(__x86_64__)
 
 // The loader has asked the processor already; to ask again costs a trap into the hypervisor on a
-// virtual machine. Where the C library does not tell, the answer is no.
+// virtual machine. Where the C library does not tell, the answer is no. The declarations are those
+// of glibc's <sys/platform/x86.h>, which is C only.
 bool scan::avx2IsUsable() {
-#if __has_include(<sys/platform/x86.h>)
-    using Leaf = decltype(&__x86_get_cpuid_feature_leaf);
+    struct Leaf {
+        unsigned present[4]; // eax, ebx, ecx and edx of one question to the processor
+        unsigned active[4];  // of that, what the system supports as well
+    };
+    constexpr unsigned leafSeven = 1;
+    constexpr unsigned ebx = 1;
+    constexpr unsigned avx2 = 1U << 5;
     void* const address = ::dlsym(RTLD_DEFAULT, "__x86_get_cpuid_feature_leaf");
-    if (address != nullptr) {
-        constexpr unsigned bit = x86_cpu_AVX2 % 32;
-        constexpr unsigned word = x86_cpu_AVX2 / 32;
-        const cpuid_feature* const leaf = reinterpret_cast<Leaf>(address)(word / 4);
-        return (leaf->active_array[word % 4] >> bit & 1) != 0;
+    if (address == nullptr) {
+        return false;
     }
-#endif
-    return false;
+    const auto getLeaf = reinterpret_cast<const Leaf* (*)(unsigned)>(address);
+    return (getLeaf(leafSeven)->active[ebx] & avx2) != 0;
 }
 
 #endif
