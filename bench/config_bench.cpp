@@ -1,12 +1,15 @@
-// The configuration library: its start and end, which every submission pays, and the loader.
+// The configuration library: its start and end, which every submission pays; the loader
+// and the saver; and the update of one tree from another.
 
 #include "common/stream/memory_stream.h"
 #include "config/classes.h"
 #include "config/config.h"
 #include "config/text_loader.h"
+#include "config/text_saver.h"
 
 #include <benchmark/benchmark.h>
 
+#include <memory>
 #include <string>
 
 namespace {
@@ -50,8 +53,108 @@ void loadConfiguration(benchmark::State& state) {
     state.SetComplexityN(state.range(0));
 }
 
+// A user with `mailboxes` members in a set, each of three values. Users of unlike seeds have nine
+// in ten members in common, of which one in three differs.
+std::unique_ptr<HConfig::Object> userWithMailboxes(long mailboxes, long seed) {
+    using namespace HConfig;
+    std::unique_ptr<Object> user(User::newObject());
+    user->setToDefault(false);
+    user->setStringValue(user->getObjectClass()->findAttribute("name")->getIndex(), "user");
+    const unsigned set = user->getObjectClass()->findAttribute("mboxDataSet")->getIndex();
+    const ObjectClass& memberClass = *user->getObjectClass()->getAttribute(set)->getObjectClass();
+    const unsigned id = memberClass.findAttribute("id")->getIndex();
+    const unsigned size = memberClass.findAttribute("messageSize")->getIndex();
+    for (long i = 0; i < mailboxes; ++i) {
+        const long key = 10 * i + (i % 10 == 0 ? 1 + seed : 0);
+        Object* member = memberClass.newObject();
+        member->setToDefault(false);
+        member->setValue(id, Value(static_cast<std::uint32_t>(key)));
+        member->setValue(size, Value(static_cast<std::uint32_t>(i % 3 == 0 ? seed : i)));
+        user->addObject(set, member);
+    }
+    return user;
+}
+
+void updateTrees(benchmark::State& state) {
+    HConfig::Config::init();
+    {
+        const auto user = userWithMailboxes(state.range(0), 0);
+        const std::unique_ptr<HConfig::Object> sources[] = {userWithMailboxes(state.range(0), 1),
+                                                            userWithMailboxes(state.range(0), 2)};
+        bool next = false;
+        for (auto _ : state) {
+            benchmark::DoNotOptimize(user->update(sources[next].get(), false));
+            next = !next;
+        }
+    }
+    HConfig::Config::destroy();
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+    state.SetComplexityN(state.range(0));
+}
+
+// Takes everything.
+class Sink : public Stream {
+public:
+    int read(void*, int) override { return notAllowed(); }
+    int write(const void* buffer, int size) override {
+        text.append(static_cast<const char*>(buffer), static_cast<std::size_t>(size));
+        return size;
+    }
+    State getInputState() const override { return StateError; }
+    State getOutputState() const override { return StateGood; }
+
+    std::string text;
+};
+
+void saveTree(benchmark::State& state) {
+    HConfig::Config::init();
+    {
+        const auto user = userWithMailboxes(state.range(0), 0);
+        Sink sink;
+        HConfig::TextSaver saver(&sink, user.get());
+        for (auto _ : state) {
+            sink.text.clear();
+            if (saver.save() != 0) {
+                state.SkipWithError("not saved");
+                break;
+            }
+        }
+        state.SetBytesProcessed(state.iterations() * static_cast<long>(sink.text.size()));
+    }
+    HConfig::Config::destroy();
+    state.SetComplexityN(state.range(0));
+}
+
+// What saveTree writes: five lines a member.
+void loadTree(benchmark::State& state) {
+    HConfig::Config::init();
+    Sink sink;
+    {
+        const auto user = userWithMailboxes(state.range(0), 0);
+        HConfig::TextSaver(&sink, user.get()).save();
+    }
+    for (auto _ : state) {
+        MemoryStream input(sink.text.data(), static_cast<long long>(sink.text.size()));
+        HConfig::TextLoader loader(&input, nullptr, true);
+        HConfig::Object* root = nullptr;
+        if (loader.load(root) != 0) {
+            state.SkipWithError(loader.getErrorText());
+            break;
+        }
+        delete root;
+    }
+    HConfig::Config::destroy();
+    state.SetBytesProcessed(state.iterations() * static_cast<long>(sink.text.size()));
+    state.SetComplexityN(state.range(0));
+}
+
 BENCHMARK(initAndDestroy);
 BENCHMARK(loadConfiguration)->Arg(0);
 BENCHMARK(loadConfiguration)->RangeMultiplier(4)->Range(16, 4096)->Complexity(benchmark::oN);
+BENCHMARK(updateTrees)->Arg(10000);
+BENCHMARK(updateTrees)->RangeMultiplier(4)->Range(256, 65536)->Complexity(benchmark::oNLogN);
+BENCHMARK(saveTree)->RangeMultiplier(4)->Range(256, 65536)->Complexity(benchmark::oN);
+BENCHMARK(loadTree)->Arg(20000);
+BENCHMARK(loadTree)->RangeMultiplier(4)->Range(256, 65536)->Complexity(benchmark::oNLogN);
 
 } // namespace
