@@ -53,11 +53,9 @@ void writeAndFoldHeaders(benchmark::State& state) {
 }
 
 // Behind one header line, so that the pass begins in the middle of the reader's buffer.
-void passBody(benchmark::State& state, const char* lineEnd, bool normalize) {
-    const std::string line =
-        std::string(static_cast<std::size_t>(state.range(0)) - 1, 'x') + lineEnd;
+void passText(benchmark::State& state, const std::string& line, std::size_t size, bool normalize) {
     std::string text = "Subject: x\n\n";
-    while (text.size() < BODY_SIZE) {
+    while (text.size() < size) {
         text += line;
     }
     for (auto _ : state) {
@@ -70,10 +68,26 @@ void passBody(benchmark::State& state, const char* lineEnd, bool normalize) {
     state.SetBytesProcessed(state.iterations() * static_cast<long>(text.size()));
 }
 
+// The argument is the length of a line.
+void passBody(benchmark::State& state, const char* lineEnd, bool normalize) {
+    const std::string line(static_cast<std::size_t>(state.range(0)) - 1, 'x');
+    passText(state, line + lineEnd, BODY_SIZE, normalize);
+}
+
+// The argument is the size of the body.
+void passGrowingBody(benchmark::State& state) {
+    passText(state, std::string(71, 'x') + '\n', static_cast<std::size_t>(state.range(0)), true);
+    state.SetComplexityN(state.range(0));
+}
+
 BENCHMARK(readHeaders)->RangeMultiplier(8)->Range(8, 4096)->Complexity(benchmark::oN);
 BENCHMARK(writeAndFoldHeaders)->RangeMultiplier(8)->Range(8, 4096)->Complexity(benchmark::oN);
 BENCHMARK_CAPTURE(passBody, LF_to_CRLF, "\n", true)->Arg(40)->Arg(80)->Arg(1000);
 BENCHMARK_CAPTURE(passBody, CRLF, "\r\n", true)->Arg(80);
 BENCHMARK_CAPTURE(passBody, as_it_stands, "\n", false)->Arg(80);
+BENCHMARK(passGrowingBody)
+    ->RangeMultiplier(8)
+    ->Range(64 << 10, 32 << 20)
+    ->Complexity(benchmark::oN);
 
 } // namespace

@@ -76,6 +76,7 @@ void writeChangedState(benchmark::State& state) {
             break;
         }
     }
+    state.SetComplexityN(state.range(0));
 }
 
 void readState(benchmark::State& state) {
@@ -94,7 +95,7 @@ void readState(benchmark::State& state) {
 }
 
 BENCHMARK(writeNewState)->Arg(1)->Arg(1024)->Iterations(500);
-BENCHMARK(writeChangedState)->Arg(1)->Arg(1024);
+BENCHMARK(writeChangedState)->RangeMultiplier(8)->Range(1, 4096)->Complexity(benchmark::oN);
 BENCHMARK(readState)->RangeMultiplier(8)->Range(1, 4096)->Complexity(benchmark::oN);
 
 } // namespace
