@@ -1,4 +1,5 @@
-// The address grammar of the command line and of headers. The argument counts the mailboxes.
+// The address grammars of the command line, of headers and of web forms. The argument counts the
+// mailboxes.
 
 #include "address/address_list.h"
 #include "common/container/hvector.h"
@@ -12,7 +13,21 @@ namespace {
 
 constexpr int NO_LIMIT = 1 << 20;
 
-void parseAddresses(benchmark::State& state, const char* format) {
+using Parse = int (*)(AddressList& list, const char* text);
+
+int parseCommandLine(AddressList& list, const char* text) {
+    return list.parsePostdock(text, NO_LIMIT, "example.org", false);
+}
+
+int parseHeader(AddressList& list, const char* text) {
+    return list.parse2822(text, true);
+}
+
+int parseForm(AddressList& list, const char* text) {
+    return list.parseWebmail(text);
+}
+
+void parseAddresses(benchmark::State& state, Parse parse, const char* format) {
     std::string text;
     for (long i = 0; i < state.range(0); ++i) {
         char mailbox[128];
@@ -21,7 +36,7 @@ void parseAddresses(benchmark::State& state, const char* format) {
     }
     AddressList list;
     for (auto _ : state) {
-        benchmark::DoNotOptimize(list.parsePostdock(text.c_str(), NO_LIMIT, "example.org", false));
+        benchmark::DoNotOptimize(parse(list, text.c_str()));
     }
     if (list.addresses->size() != static_cast<int>(state.range(0))) {
         state.SkipWithError("the text was not read as it was meant");
@@ -30,13 +45,27 @@ void parseAddresses(benchmark::State& state, const char* format) {
     state.SetComplexityN(state.range(0));
 }
 
-BENCHMARK_CAPTURE(parseAddresses, plain, "user%d@example.org")
+constexpr char Plain[] = "user%d@example.org";
+
+BENCHMARK_CAPTURE(parseAddresses, plain, parseCommandLine, Plain)
     ->RangeMultiplier(16)
     ->Range(1, 4096)
     ->Complexity(benchmark::oN);
-BENCHMARK_CAPTURE(parseAddresses, named, "\"User No. %d\" (of us) <user@example.org>")
+BENCHMARK_CAPTURE(parseAddresses, named, parseCommandLine,
+                  "\"User No. %d\" (of us) <user@example.org>")
     ->Arg(1)
     ->Arg(256);
-BENCHMARK_CAPTURE(parseAddresses, without_domain, "user%d")->Arg(1);
+BENCHMARK_CAPTURE(parseAddresses, without_domain, parseCommandLine, "user%d")->Arg(1);
+BENCHMARK_CAPTURE(parseAddresses, header, parseHeader, Plain)
+    ->RangeMultiplier(16)
+    ->Range(1, 4096)
+    ->Complexity(benchmark::oN);
+BENCHMARK_CAPTURE(parseAddresses, form, parseForm, Plain)
+    ->RangeMultiplier(16)
+    ->Range(1, 4096)
+    ->Complexity(benchmark::oN);
+BENCHMARK_CAPTURE(parseAddresses, form_named, parseForm, "\"User No. %d\" <user@example.org>")
+    ->Arg(1)
+    ->Arg(256);
 
 } // namespace
