@@ -49,14 +49,12 @@ unsigned attributeCountOf(const Object& object) {
 // since every class starts with the attributes of its base. Mostly that is one of the two classes;
 // a set may hold members of one key and two kindred classes.
 unsigned commonCountOf(const Object& a, const Object& b) {
-    const ObjectClass* ofA = a.getObjectClass();
-    const ObjectClass* ofB = b.getObjectClass();
-    while (ofA != ofB && ofA != nullptr && ofB != nullptr) {
-        const ObjectClass*& longer =
-            ofA->getAttributeCount() >= ofB->getAttributeCount() ? ofA : ofB;
-        longer = longer->getBaseClass();
+    const ObjectClass* shared = a.getObjectClass();
+    const ObjectClass* other = b.getObjectClass();
+    while (shared != nullptr && shared != other && !other->isKindOfUid(shared->getItemUid())) {
+        shared = shared->getBaseClass();
     }
-    return ofA == ofB && ofA != nullptr ? ofA->getAttributeCount() : 0;
+    return shared != nullptr ? shared->getAttributeCount() : 0;
 }
 
 // Of a marker that may have been made for a base class, too.

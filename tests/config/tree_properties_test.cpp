@@ -135,6 +135,49 @@ TEST_F(TreePropertiesTest, AVetoEndsTheUpdateThere) {
     });
 }
 
+// Members of one set may be of kindred classes, and a caller may mix up others.
+TEST_F(TreePropertiesTest, ObjectsOfUnlikeClassesShareTheirCommonAttributesOnly) {
+    std::vector<std::unique_ptr<Object>> trees;
+    forEachClass(
+        [&](const ObjectClass& objectClass) { trees.push_back(anything.make(objectClass)); });
+    for (const auto& source : trees) {
+        const ObjectClass* ofSource = source->getObjectClass();
+        for (unsigned row = 0; row < Config::theConfig->getClassCount(); ++row) {
+            const ObjectClass* ofTarget = Config::theConfig->getClass(row);
+            const ObjectClass* common = ofTarget;
+            while (common != nullptr && !ofSource->isKindOfUid(common->getItemUid())) {
+                common = common->getBaseClass();
+            }
+            if (ofTarget->isAbstract() || (common == nullptr && support::below(random, 20) != 0)) {
+                continue;
+            }
+            SCOPED_TRACE(std::string(ofSource->getItemName()) + " " + ofTarget->getItemName());
+            const unsigned shared = common != nullptr ? common->getAttributeCount() : 0;
+            const auto shown = [&](unsigned index, const Object& object) {
+                return dump(object, *ofTarget->getAttribute(index), false);
+            };
+            for (const bool clones : {true, false}) {
+                const std::unique_ptr<Object> target(ofTarget->newObject());
+                std::vector<std::string> wanted;
+                for (unsigned i = 0; i < ofTarget->getAttributeCount(); ++i) {
+                    wanted.push_back(shown(i, i < shared ? *source : *target));
+                }
+                if (clones) {
+                    Object* copy = target.get();
+                    source->clone(copy, true);
+                } else {
+                    target->doUpdate(source.get(), nullptr, nullptr);
+                }
+                for (unsigned i = 0; i < ofTarget->getAttributeCount(); ++i) {
+                    if (clones || !ofTarget->getAttribute(i)->hasFlag(FLAG_OWN_LIFE)) {
+                        EXPECT_EQ(shown(i, *target), wanted[i]);
+                    }
+                }
+            }
+        }
+    }
+}
+
 // Every class and attribute of the catalogue, drawn anew each time.
 TEST_F(TreePropertiesTest, WhatIsSavedLoadsWithoutAWarningAndSavesTheSame) {
     RandomTree trees(random, true);
