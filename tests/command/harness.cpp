@@ -114,6 +114,9 @@ std::function<void()> Desk::plainChild(const std::vector<std::string>& arguments
         }
         argv.push_back(nullptr);
         redirect(0, path("stdin"), O_RDONLY);
+        if (inputFd != -1) {
+            ::dup2(inputFd, 0);
+        }
         redirect(1, path("stdout"), O_WRONLY | O_CREAT | O_TRUNC);
         redirect(2, path("stderr"), O_WRONLY | O_CREAT | O_TRUNC);
         if (preload) {

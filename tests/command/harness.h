@@ -51,6 +51,7 @@ public:
     std::function<void()> child(const std::vector<std::string>& arguments);
     Outcome collect(int exitCode);
 
+    int inputFd = -1;             // standard input instead of `input`, where it is not -1
     bool preload = true;          // whether the preloaded library is there
     std::function<void()> limits; // called by the child right before its exec
 

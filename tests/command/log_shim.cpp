@@ -9,6 +9,8 @@
 // by default.
 // MORVEX_TEST_MEMORY=N: from the N-th allocation of the command on (from 1) none is served any
 // more, and the waits for memory are over at once; with 0 all are served.
+// MORVEX_TEST_PEAK=FILE: at the end the most resident memory, in KiB, is written to FILE. What
+// wait4 tells counts the test's own memory too, of which the command is a fork.
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -49,6 +51,29 @@ template <class Function> Function next(const char* name) {
 using OpenCall = int (*)(const char*, int, ...);
 using WriteCall = ssize_t (*)(int, const void*, size_t);
 using ReadCall = ssize_t (*)(int, void*, size_t);
+
+[[gnu::destructor]] void notePeak() {
+    const char* path = std::getenv("MORVEX_TEST_PEAK");
+    if (path == nullptr) {
+        return;
+    }
+    const auto open = next<OpenCall>("open");
+    char status[4096] = "";
+    int fd = open("/proc/self/status", O_RDONLY | O_CLOEXEC);
+    if (fd != -1) {
+        const ssize_t size = next<ReadCall>("read")(fd, status, sizeof status - 1);
+        status[size > 0 ? size : 0] = '\0';
+        ::close(fd);
+    }
+    const char* peak = std::strstr(status, "VmHWM:");
+    fd = open(path, O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    if (fd != -1) {
+        if (peak != nullptr) {
+            next<WriteCall>("write")(fd, peak + 6, std::strcspn(peak + 6, "k"));
+        }
+        ::close(fd);
+    }
+}
 
 void logLine(const char* line) {
     const char* path = std::getenv("MORVEX_TEST_LOG");
