@@ -5,9 +5,14 @@
 #include "message/mail_msg.h"
 #include "message/staged_output.h"
 
+#include <bit>
 #include <cstddef>
 #include <cstring>
 #include <memory>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 namespace {
 
@@ -96,8 +101,40 @@ bool writeField(StagedOutput& out, const HeaderField& field, bool fold) {
 // How much of the input is asked for at once.
 constexpr int READ_SIZE = 65536;
 
-// LF, CR LF and NUL end a line (the flags of Stream::searchEOL).
-constexpr int BODY_LINE_ENDS = 6;
+constexpr int LINE_END_SIZE = 2;
+
+// Copies up to size bytes of a line, without the LF or NUL that ends it; how many. Search and copy
+// in one pass, since most lines are too short for either to pay for a call. Requires: both ranges
+// have size bytes; what lies in `to` behind the result is undefined.
+#ifdef __SSE2__
+int copyToLineEnd(char* to, const char* from, int size) {
+    const __m128i lineFeeds = _mm_set1_epi8('\n');
+    int at = 0;
+    for (; size - at >= 16; at += 16) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + at));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to + at), bytes);
+        const __m128i ends = _mm_or_si128(_mm_cmpeq_epi8(bytes, lineFeeds),
+                                          _mm_cmpeq_epi8(bytes, _mm_setzero_si128()));
+        if (const int found = _mm_movemask_epi8(ends); found != 0) {
+            return at + std::countr_zero(static_cast<unsigned>(found));
+        }
+    }
+    for (; at < size && from[at] != '\n' && from[at] != '\0'; ++at) {
+        to[at] = from[at];
+    }
+    return at;
+}
+#else
+int copyToLineEnd(char* to, const char* from, int size) {
+    constexpr int lineFeedOrNul = 6; // of Stream::searchEOL
+    int length = 0;
+    const int behind = Stream::searchEOL(
+        lineFeedOrNul, reinterpret_cast<const unsigned char*>(from), size, length);
+    const int text = behind < 0 ? size : behind - 1;
+    std::memcpy(to, from, static_cast<std::size_t>(text));
+    return text;
+}
+#endif
 
 // A line counts in pieces of at most this length, and a last piece that is a lone dot ends the
 // input too. A CR is never the last byte of a piece that is cut.
@@ -111,38 +148,37 @@ public:
 
     // How much of a block was written or, with a lone dot, passed by; -1 if the output failed.
     int takeBlock(const char* data, int size) {
+        const int sure = size - possibleTail(data, size);
+        int line = 0; // where the present line begins
         int place = 0;
-        int written = 0; // up to where the block has been written
-        while (place < size) {
-            int lineEnd = 1;
-            int line = 1;
-            // A body of nothing but empty lines has the most of them, so these cost no search.
-            if (data[place] != '\n' && data[place] != '\0') {
-                line = Stream::searchEOL(BODY_LINE_ENDS,
-                                         reinterpret_cast<const unsigned char*>(data) + place,
-                                         size - place, lineEnd);
+        while (place < sure) {
+            int room = 0;
+            char* const to = out.room(room);
+            if (to == nullptr) {
+                return -1;
             }
-            if (line < 0) {
-                break;
+            const int free = room - LINE_END_SIZE;
+            const int text =
+                copyToLineEnd(to, data + place, free < sure - place ? free : sure - place);
+            out.commit(text);
+            place += text;
+            if (place == sure || (data[place] != '\n' && data[place] != '\0')) {
+                continue;
             }
-            const int textEnd = place + line - lineEnd;
-            if (isLoneDot(data, place, textEnd)) {
+            const bool paired = place > line && data[place] == '\n' && data[place - 1] == '\r';
+            const int textEnd = paired ? place - 1 : place;
+            if (isLoneDot(data, line, textEnd)) {
+                out.commit(textEnd - 1 - place);
                 dotMet = true;
-                return out.append(data + written, textEnd - 1 - written) ? place + line : -1;
+                return place + 1;
             }
-            place += line;
+            out.commit(paired ? put(to + text, "\n", 1) : put(to + text, "\r\n", LINE_END_SIZE));
+            line = ++place;
             pieceStart = 0;
-            // A run of lines that end in CR LF already goes out in one piece.
-            if (lineEnd == 1) {
-                if (!out.appendLine(data + written, textEnd - written)) {
-                    return -1;
-                }
-                written = place;
-            }
         }
-        const int end = size - undecided(data, place, size);
-        pieceStart = lastPiece(data, place, end);
-        return out.append(data + written, end - written) ? end : -1;
+        const int end = size - undecided(data, line, size);
+        pieceStart = lastPiece(data, line, end);
+        return out.append(data + sure, end - sure) ? end : -1;
     }
 
     // Writes what takeBlock left of the last block; false if the output failed.
@@ -172,6 +208,17 @@ private:
     bool isLoneDot(const char* data, int from, int end) const {
         return dotEndsInput && end > from && data[end - 1] == '.' &&
                lastPiece(data, from, end) == 1;
+    }
+
+    // What undecided can come to, wherever the last line begins.
+    static int possibleTail(const char* data, int size) {
+        const int textEnd = size > 0 && data[size - 1] == '\r' ? size - 1 : size;
+        return size - (textEnd > 0 && data[textEnd - 1] == '.' ? textEnd - 1 : textEnd);
+    }
+
+    static int put(char* to, const char* text, int size) {
+        std::memcpy(to, text, static_cast<std::size_t>(size));
+        return size;
     }
 
     // The bytes at the end of a block that may be the first half of a CR LF, or a lone dot.

@@ -31,17 +31,27 @@ public:
         return !failed;
     }
 
-    bool appendLineEnd() { return append("\r\n", 2); }
-
-    // A text and a line end; as above. An empty line costs two bytes and no call.
-    bool appendLine(const char* data, int size) {
-        if (size > 0 || SIZE - used < 2) {
-            return append(data, size) && appendLineEnd();
+    // Room to write into directly, at least KEPT + 1 bytes of it; null once the stream failed. The
+    // last KEPT bytes that were written like this can still be taken back.
+    char* room(int& size) {
+        if (SIZE - used <= KEPT) {
+            const int sent = used - KEPT;
+            if (!write(buffer, sent)) {
+                return nullptr;
+            }
+            std::memmove(buffer, buffer + sent, KEPT);
+            used = KEPT;
         }
-        buffer[used++] = '\r';
-        buffer[used++] = '\n';
-        return !failed;
+        size = SIZE - used;
+        return failed ? nullptr : buffer + used;
     }
+
+    // What was written into the room; below 0, what is taken back.
+    void commit(int size) { used += size; }
+
+    static constexpr int KEPT = 2;
+
+    bool appendLineEnd() { return append("\r\n", 2); }
 
     // Sends what is gathered; false as above.
     bool flush() {

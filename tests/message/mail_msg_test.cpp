@@ -354,6 +354,24 @@ TEST(MailMsg, CountsAnOverlongLineInPieces) {
     }
 }
 
+// The dot is taken back out of the block of output, which may have gone out just before it or
+// behind.
+TEST(MailMsg, StopsAtALoneDotAtTheEdgeOfTheOutputBlock) {
+    const std::string piece(10240, 'y');
+    for (std::size_t edge = 65526; edge < 65546; ++edge) {
+        for (const std::string& line : {std::string("."), piece + "."}) {
+            for (const char* lineEnd : {"\n", "\r\n"}) {
+                const std::string before = std::string(edge - line.size() - 2, 'x') + "\n";
+                const std::string body = before + line + lineEnd + "more\n";
+                ASSERT_EQ(pass("\n" + body, true, true, 65536).body, passByLines(body, true))
+                    << edge;
+                ASSERT_EQ(pass("\n" + body, false, true, 65536).body, passByLines(body, false))
+                    << edge;
+            }
+        }
+    }
+}
+
 TEST(MailMsg, GathersLinesForTheOutput) {
     std::string text = "a: b\n\n";
     for (int i = 0; i < 20000; ++i) {
