@@ -24,25 +24,42 @@ namespace {
 // The longest line that a loader takes in a server's file, its line end included.
 constexpr unsigned LONGEST_SERVER_LINE = 2048;
 
-// What stood under a path before a save, and how it gets back there.
+// What stood under a path before a save. It goes back there at the end of the scope, and whatever
+// was made meanwhile goes away, unless the save was done. The last error stays.
 class OldContent {
 public:
     OldContent(const char* filePath, const std::string& copy) : path(filePath), copyPath(copy) {}
+    ~OldContent() {
+        const int code = errno;
+        if (place == Renamed) {
+            ::rename(copyPath.c_str(), path);
+        } else if (place == InMemory) {
+            writeWhole();
+        } else if (place == Nowhere) {
+            ::unlink(path);
+        }
+        errno = code;
+    }
     OldContent(const OldContent&) = delete;
     OldContent& operator=(const OldContent&) = delete;
 
     // Keeps the present content: by renaming the file, or in memory where that cannot be done. 0,
     // or -1 with the error that kept it from both.
     int keep() {
+        struct stat status;
+        if (lstat(path, &status) != 0) {
+            place = errno == ENOENT ? Nowhere : Untouched;
+            return place == Nowhere ? 0 : -1;
+        }
+        if (S_ISDIR(status.st_mode)) {
+            errno = EISDIR;
+            return -1;
+        }
         if (::rename(path, copyPath.c_str()) == 0) {
             place = Renamed;
             return 0;
         }
         const int code = errno;
-        struct stat status;
-        if (lstat(path, &status) != 0 && errno == ENOENT) {
-            return 0;
-        }
         if (stat(path, &status) == 0 && S_ISREG(status.st_mode) && readWhole() == 0) {
             place = InMemory;
             return 0;
@@ -51,21 +68,14 @@ public:
         return -1;
     }
 
-    // Undoes whatever a failed save has made. The last error stays.
-    void putBack() const {
-        const int code = errno;
-        if (place == Renamed) {
-            ::rename(copyPath.c_str(), path);
-        } else if (place == InMemory) {
-            writeWhole();
-        } else {
-            ::unlink(path);
-        }
-        errno = code;
-    }
-
-    bool isRenamed() const { return place == Renamed; }
     bool isInMemory() const { return place == InMemory; }
+
+    // The save is done, and nothing goes back. True where the old content stands in the copy.
+    bool letGo() {
+        const bool isCopied = place == Renamed;
+        place = Untouched;
+        return isCopied;
+    }
 
 private:
     int readWhole() {
@@ -100,8 +110,24 @@ private:
 
     const char* path;
     const std::string& copyPath;
-    enum { Nowhere, Renamed, InMemory } place = Nowhere; // Nowhere: there was no file
+    enum { Untouched, Nowhere, Renamed, InMemory } place = Untouched; // Nowhere: there was no file
     std::string content;
+};
+
+// Closes a file at the end of the scope. The last error stays.
+class ClosedAtEnd {
+public:
+    explicit ClosedAtEnd(File& opened) : file(opened) {}
+    ~ClosedAtEnd() {
+        const int code = errno;
+        file.close();
+        errno = code;
+    }
+    ClosedAtEnd(const ClosedAtEnd&) = delete;
+    ClosedAtEnd& operator=(const ClosedAtEnd&) = delete;
+
+private:
+    File& file;
 };
 
 const char* lastComponent(const char* path) {
@@ -153,15 +179,12 @@ TextSaver::~TextSaver() {
 int TextSaver::saveFile() {
     const std::string copy = copyPath();
     OldContent old(getName(), copy);
-    if (copy.empty() || old.keep() != 0) {
+    if (copy.empty() || old.keep() != 0 || fillFile(old.isInMemory()) != 0) {
         return -1;
     }
-    if (fillFile(old.isInMemory()) != 0) {
-        old.putBack();
-        return -1;
-    }
+    const bool isCopied = old.letGo();
     if (backupCount == 0) {
-        if (old.isRenamed()) {
+        if (isCopied) {
             ::unlink(copy.c_str());
         }
         return 0;
@@ -179,20 +202,15 @@ int TextSaver::fillFile(bool overwrites) {
     if (open(O_WRONLY | O_CREAT | (overwrites ? 0 : O_TRUNC)) != 0) {
         return -1;
     }
+    const ClosedAtEnd closing(*this);
     Thread::setLastError(0U);
     longestLine = isServer(*root) ? LONGEST_SERVER_LINE : 0;
-    int result = save(this, getName());
+    const int result = save(this, getName());
     longestLine = 0;
-    if (result == 0 && overwrites) {
-        result = truncate(lseek(0, SeekCurrent));
+    if (result != 0 || (overwrites && truncate(lseek(0, SeekCurrent)) != 0)) {
+        return -1;
     }
-    if (result == 0) {
-        result = forcedFlush();
-    }
-    const unsigned code = Thread::getLastError();
-    close();
-    Thread::setLastError(code);
-    return result;
+    return forcedFlush();
 }
 
 // ---- Copies -------------------------------------------------------------------------------------

@@ -34,12 +34,13 @@ protected:
     }
 
     // Lets the call go wrong that is the `at`-th one from the first rename on.
-    TracedRun run(const char* backupCount, int at, Verdict verdict) {
+    TracedRun run(const char* backupCount, int at, Verdict verdict,
+                  const char* failingAllocation = nullptr) {
         int first = -1;
         return trace(
             [&] {
                 execl(SAVER_PROBE, "saver_probe", path.c_str(), backupCount, dir.path().c_str(),
-                      nullptr);
+                      failingAllocation, nullptr);
             },
             [&](int position, const TracedCall& call) {
                 if (first < 0 && call.number == SYS_rename) {
@@ -99,6 +100,19 @@ TEST_F(SaverFaults, EachCallFails) {
         goThrough("0", true, verdict);
         goThrough("2", true, verdict);
         goThrough("0", false, verdict);
+    }
+}
+
+TEST_F(SaverFaults, EachAllocationFails) {
+    for (const bool movable : {true, false}) {
+        int exitCode = 1;
+        for (int at = 1; exitCode != 0; ++at) {
+            prepare(movable);
+            exitCode = run("0", -1, {}, std::to_string(at).c_str()).exitCode;
+            EXPECT_EQ(support::readFile(path), exitCode == 0 ? newText : oldText) << at;
+            ASSERT_TRUE(exitCode == 0 || exitCode == 1) << at;
+            ASSERT_LT(at, 5000);
+        }
     }
 }
 
