@@ -1,4 +1,4 @@
-// The address grammars: rows of text with the whole result, random text against plain readers,
+// The address grammars: rows of text with the whole result, random text against a plain reader,
 // written addresses read back, and hostile text.
 
 #include "address/address_list.h"
@@ -6,8 +6,8 @@
 #include "address/rfc2822/flexer.h"
 #include "address/webmail/flexer.h"
 #include "tests/address/address_reference.h"
+#include "tests/support/address_entries.h"
 #include "tests/support/random.h"
-#include "tests/support/webmail_model.h"
 
 #include <gtest/gtest.h>
 
@@ -44,14 +44,14 @@ std::string parsed(AddressList& list, const Language& language, const std::strin
 
 struct Row {
     const char* text;
-    const char* result; // null: refused
+    const char* result;
 };
 
 std::string resultOf(const char* result) {
     return result != nullptr ? result : "refused";
 }
 
-// The same in all three languages.
+// The same in all three languages, and the texts that none of them takes.
 const Row CommonRows[] = {
     {"a@b", "- <a@b>"},
     {"!#$%&'*+-/=?^_`{|}~@x", "- <!#$%&'*+-/=?^_`{|}~@x>"},
@@ -61,44 +61,17 @@ const Row CommonRows[] = {
     {"a..b <c@d>", "a..b <c@d>"},
     {"a. <c@d>", "a. <c@d>"},
     {"=?iso-8859-1?Q?J=F6rg?= <a@b>", "J\303\266rg <a@b>"},
-    {"", nullptr},
-    {"  ", nullptr},
-    {"(x)", nullptr},
-    {"\n", nullptr},
-    {"a@b\rc", nullptr},
-    {"a@b c@d", nullptr},
-    {"First Last", nullptr},
-    {"a@", nullptr},
-    {"@b", nullptr},
-    {".a@b", nullptr},
-    {"a.@b", nullptr},
-    {"a..b@c", nullptr},
-    {"a@.b", nullptr},
-    {"a@b.", nullptr},
-    {"a@b..c", nullptr},
-    {"a@\"b\"", nullptr},
-    {"a@b@c", nullptr},
-    {"<a@b", nullptr},
-    {"a@b>", nullptr},
-    {"<<a@b>>", nullptr},
-    {"<a@b> c", nullptr},
-    {"a@b )", nullptr},
-    {"(unclosed", nullptr},
-    {"(x", nullptr},
-    {"(x\\", nullptr},
-    {"\"unclosed", nullptr},
-    {"\"a\rb\"@c", nullptr},
-    {"a@[1.2", nullptr},
-    {"a@[[]", nullptr},
-    {"a@[1]b", nullptr},
-    {"g: a@b", nullptr},
-    {"g: h: a@b;;", nullptr},
-    {"a@b: c@d;", nullptr},
-    {": a@b;", nullptr},
-    {"a\001@b", nullptr},
 };
 
-// The RFC 2822 family: the rows of the command line, and of headers where these differ.
+const char* const CommonRefused[] = {
+    "",       "  ",        "(x)",    "\n",          "a@b\rc",     "a@b c@d",    "First Last",
+    "a@",     "@b",        ".a@b",   "a.@b",        "a..b@c",     "a@.b",       "a@b.",
+    "a@b..c", "a@\"b\"",   "a@b@c",  "<a@b",        "a@b>",       "<<a@b>>",    "<a@b> c",
+    "a@b )",  "(unclosed", "(x",     "(x\\",        "\"unclosed", "\"a\rb\"@c", "a@[1.2",
+    "a@[[]",  "a@[1]b",    "g: a@b", "g: h: a@b;;", "a@b: c@d;",  ": a@b;",     "a\001@b"};
+
+// The RFC 2822 family: the rows of the command line, and of headers where these differ; null where
+// a text is refused.
 const char* const Same = "same";
 
 struct FamilyRow {
@@ -118,7 +91,6 @@ const FamilyRow FamilyRows[] = {
     {"a@b (x (y) z)", "- <a@b>"},
     {"a@b (\\) \\( [\"<)", "- <a@b>"},
     {"a@b\n", "- <a@b>"},
-    {"a\nb@c", nullptr},
     {"\na@\nb\n\n", "- <a@b>"},
     {"a@b \n (x)\n", "- <a@b>"},
     // Quoted strings and domain literals.
@@ -141,11 +113,8 @@ const FamilyRow FamilyRows[] = {
     {"<@r1,@r2:a@b>", "- <a@b>"},
     {"<@r1,,@[r 2] , (x) @r.3 : (y) a@b>", "- <a@b>"},
     {"<@r1 @r2:a@b>", "- <a@b>"},
-    {"<@r1,:a@b>", nullptr},
-    {"<,@r1:a@b>", nullptr},
     // The null address.
     {"<>", "- <<>>", nullptr},
-    {"( x ) < (y) >", nullptr},
     {"Name <> ", "Name <<>>", nullptr},
     {"g: <>, n <>;", "g[- <<>>, n <<>>]", nullptr},
     // Groups and lists.
@@ -159,100 +128,100 @@ const FamilyRow FamilyRows[] = {
     {",a@b,,c@d,", "- <a@b>; - <c@d>"},
     {"a@b,N <c@d> , g:h@i;,j", "- <a@b>; N <c@d>; g[- <h@i>]; - <j@d>",
      "- <a@b>; N <c@d>; g[- <h@i>]; - <j>"},
-    // Refused.
-    {"a@b\r\n", nullptr},
-    {"j\303\266rg@b", nullptr},
-    {"(\303\266) a@b", nullptr},
-    {"\"\303\266\"@b", nullptr},
-    {"\"\\\303\266\"@b", nullptr},
-    {"a@[\303\266]", nullptr},
     {"\"\001\"@[\177]", "- <\"\001\"@[\177]>"},
 
 };
+
+const char* const FamilyRefused[] = {
+    "a\nb@c",        "<@r1,:a@b>",     "<,@r1:a@b>",     "( x ) < (y) >",    "a@b\r\n",
+    "j\303\266rg@b", "(\303\266) a@b", "\"\303\266\"@b", "\"\\\303\266\"@b", "a@[\303\266]"};
 
 const Row WebmailRows[] = {
     // Separators; those in front of a first address and blanks behind a last one are too much.
     {"a@b, c@d; e@f", "- <a@b>; - <c@d>; - <e@f>"},
     {"a@b\nc@d\r\n\t ;,, e@f ;\r\n", "- <a@b>; - <c@d>; - <e@f>"},
-    {"a@b,\r", nullptr},
-    {",a@b", nullptr},
-    {" a@b", nullptr},
-    {"a@b ", nullptr},
-    {"<a@b> ", nullptr},
-    {"< a@b>", nullptr},
     // Display names.
     {"John  Doe <a@b>", "John  Doe <a@b>"},
     {"John Doe\t<a@b>", "John Doe <a@b>"},
     {"Doe, John <a@b>,x@y", "Doe, John <a@b>; - <x@y>"},
     {"x@y, Doe ;,\n John<a@b>", "- <x@y>; Doe ;,\n John <a@b>"},
-    {"Doe, <a@b>", nullptr},
     {"\"Doe, John\" <a@b>", "Doe, John <a@b>"},
     {"\"a\\\"b\\\\c\\|\"<a@b>", "a\"b\\c| <a@b>"},
     {"\" a \t b \"<a@b>", " a \t b  <a@b>"},
     {"\"a\nb\\\nc\" <a@b>", "ab\nc <a@b>"},
-    {"\"a|b\" <c@d>", nullptr},
-    {"\"a}b\" <c@d>", nullptr},
-    {"\"a\\", nullptr},
     {"\"\" <a@b>", " <a@b>"},
     {"a\"b c\"d <a@b>", "ab cd <a@b>"},
     {"\"a\" \t b <a@b>", "a b <a@b>"},
     {"(J. {x|y} ~^) <a@b>", "(J. {x|y} ~^) <a@b>"},
     {"\303\251 <a@b>", "\303\251 <a@b>"},
     {"\351 <a@b>", "\303\251 <a@b>"},
-    {"a? <a@b>", nullptr},
-    {"<John> <a@b>", nullptr},
     {"<x@y> <a@b>", "x@y <a@b>"},
     {"<x@y><a@b>,<c@d>", "x@y <a@b>; - <c@d>"},
     {"<x@y>,<a@b>", "- <x@y>; - <a@b>"},
-    {"N <a@b> <c@d>", nullptr},
-    {"<x@y> <a@b> <c@d>", nullptr},
     // Encoded words, quotes within them dropped.
     {"=?utf-8?Q?a_b?= <a@b>", "a b <a@b>"},
     {"=?utf-8?q?a?=\t=?utf-8?b?Yg==?=<a@b>", "ab <a@b>"},
     {"=?utf-8?Q?a\"?=\"b?= <a@b>", "ab?= <a@b>"},
     {"=?utf-8?Q?a?\"\\b\"c\"d\"?= <a@b>", "a?bcd <a@b>"},
     {"=?utf-8?Q?a?\?= <a@b>", "a? <a@b>"},
-    {"=?utf-8?Q?a\"|\"?= <a@b>", nullptr},
-    {"=?utf-8?X?a?= <a@b>", nullptr},
-    {"=?utf-8?Q?a?", nullptr},
-    {"=?utf-8?Q?a@b?= <a@b>", nullptr}, // the longer match is an address
     {"=?utf-8?Q?a@b", "- <=?utf-8?Q?a@b>"},
     // A text that ends within a quoted string or an encoded word ends before it.
     {"a@b,\"N. <c@d>", "- <a@b>"},
     {"a@b,=?utf-8?Q?c <c@d>", "- <a@b>"},
-    {"N \"M <a@b>", nullptr},
     // Addresses. The longest match decides.
     {"a.b@c.d", "- <a.b@c.d>"},
-    {"a b@c", nullptr},
-    {"a.b <a.b@c.>", nullptr},
     {"a?b@c?d", "- <a?b@c?d>"},
-    {"\"a b\"@c", nullptr},
-    {"\303\251@b", nullptr},
-    {"a@\303\251", nullptr},
-    {"a@[1.2.3]", nullptr},
-    {"a@[1.2.3.4444]", nullptr},
     {"a@[IPv6:::1]", "- <a@[IPv6:::1]>"},
     {"a@[IPv6:::]", "- <a@[IPv6:::]>"},
     {"a@[ipV6:1:2:3:4:5:6:7:89aF]", "- <a@[ipV6:1:2:3:4:5:6:7:89aF]>"},
-    {"a@[IPv6:1:2:3:4:5:6:1.2.3.4]", "- <a@[IPv6:1:2:3:4:5:6:1.2.3.4]>"},
-    {"a@[IPv6:1:2::3:4:5:6]", "- <a@[IPv6:1:2::3:4:5:6]>"},
-    {"a@[IPv6:1:2::3:4:1.2.3.4]", "- <a@[IPv6:1:2::3:4:1.2.3.4]>"},
-    {"a@[IPv6:1:2::3:4:5:6:7]", nullptr},
-    {"a@[IPv6:1:2::3:4:5:1.2.3.4]", nullptr},
-    {"a@[IPv6:1:2:3:4:5:6:7]", nullptr},
-    {"a@[IPv6:1::2::3]", nullptr},
-    {"a@[IPv6:12345::]", nullptr},
 };
 
+const char* const WebmailRefused[] = {"a@b,\r",
+                                      ",a@b",
+                                      " a@b",
+                                      "a@b ",
+                                      "<a@b> ",
+                                      "< a@b>",
+                                      "Doe, <a@b>",
+                                      "\"a|b\" <c@d>",
+                                      "\"a}b\" <c@d>",
+                                      "\"a\\",
+                                      "a? <a@b>",
+                                      "<John> <a@b>",
+                                      "N <a@b> <c@d>",
+                                      "<x@y> <a@b> <c@d>",
+                                      "=?utf-8?Q?a\"|\"?= <a@b>",
+                                      "=?utf-8?X?a?= <a@b>",
+                                      "=?utf-8?Q?a?",
+                                      "=?utf-8?Q?a@b?= <a@b>",
+                                      "N \"M <a@b>",
+                                      "a b@c",
+                                      "a.b <a.b@c.>",
+                                      "\"a b\"@c",
+                                      "\303\251@b",
+                                      "a@\303\251",
+                                      "a@[1.2.3]",
+                                      "a@[1.2.3.4444]",
+                                      "a@[IPv6:1::2::3]",
+                                      "a@[IPv6:12345::]"};
+
 TEST(AddressGrammars, rows) {
-    const auto check = [](const Language& language, const char* text, const char* result) {
-        AddressList list;
+    AddressList list;
+    const auto check = [&list](const Language& language, const char* text, const char* result) {
         EXPECT_EQ(parsed(list, language, text), resultOf(result)) << language.name << ": " << text;
     };
     const auto& [postdock, rfc2822, webmail] = Languages;
-    for (const Row& row : CommonRows) {
-        for (const Language& language : Languages) {
+    for (const Language& language : Languages) {
+        const bool form = &language == &webmail;
+        for (const Row& row : CommonRows) {
             check(language, row.text, row.result);
+        }
+        for (const char* text : CommonRefused) {
+            check(language, text, nullptr);
+        }
+        for (const char* text :
+             form ? std::span<const char* const>(WebmailRefused) : FamilyRefused) {
+            check(language, text, nullptr);
         }
     }
     for (const FamilyRow& row : FamilyRows) {
@@ -261,6 +230,32 @@ TEST(AddressGrammars, rows) {
     }
     for (const Row& row : WebmailRows) {
         check(webmail, row.text, row.result);
+    }
+}
+
+// Eight groups, an IPv4 tail counting as two; fewer where "::" stands for two at least.
+TEST(AddressGrammars, takeIPv6LiteralsOf128Bits) {
+    AddressList list;
+    for (int i = 0; i < 9 * 9 * 2 * 2; ++i) {
+        const int before = i % 9;
+        const int behind = i / 9 % 9;
+        const bool gap = i / 81 % 2 != 0;
+        const bool tail = i / 162 != 0;
+        std::string text = "a@[IPv6:";
+        for (int j = 0; j < before; ++j) {
+            text += "aF:";
+        }
+        text += !gap ? "" : before > 0 ? ":" : "::";
+        for (int j = 0; j < behind; ++j) {
+            text += "aF:";
+        }
+        text += tail ? "1.2.3.4" : "";
+        const int count = before + behind + (tail ? 2 : 0);
+        if (text.ends_with(':') && !(gap && behind == 0)) {
+            text.pop_back();
+        }
+        EXPECT_EQ(list.parseWebmail((text + "]").c_str()), (gap ? count <= 6 : count == 8) ? 0 : -1)
+            << text;
     }
 }
 
@@ -287,9 +282,8 @@ TEST(AddressGrammars, keepWhatWasCompleteAndStartAfresh) {
         EXPECT_EQ(list.parse2822("x@y", true), 0);
         EXPECT_EQ(list.parse2822(row.text, false), -1);
         EXPECT_EQ(dump(list), row.header);
-        if (list.parseWebmail(row.text) < 0) {
-            EXPECT_EQ(dump(list), row.form);
-        }
+        list.parseWebmail(row.text);
+        EXPECT_EQ(dump(list), row.form);
         EXPECT_EQ(parsed(list, Languages[2], "N <a@b>"), "N <a@b>");
     }
     EXPECT_EQ(list.parse2822("c@d, e@f", false), 0);
@@ -306,10 +300,10 @@ TEST(AddressGrammars, twoThreadsParseTheirOwnLists) {
     const auto work = [](const Language& language, int* wrong) {
         AddressList list;
         AddressList other;
-        for (int i = 0; i < 100; ++i) {
+        for (int i = 0; i < 300; ++i) {
             for (const Row& row : CommonRows) {
                 *wrong += parsed(list, language, row.text) != resultOf(row.result);
-                *wrong += parsed(other, language, "\"n\" <a@b>") != "n <a@b>";
+                *wrong += parsed(other, language, "a@b, \"n <a@b>\r\\") != "refused";
             }
         }
     };
@@ -376,44 +370,29 @@ TEST(PostdockGrammar, stopsAtTheLimit) {
     }
 }
 
-// A text of the languages' own pieces, which is accepted often enough to be worth comparing.
-std::string randomAddresses(std::mt19937_64& random, std::span<const char* const> pieces) {
+// A text of the language's own pieces, which is accepted often enough to be worth comparing.
+std::string randomAddresses(std::mt19937_64& random) {
+    static const char* const Pieces[] = {
+        "a",   "b.c",    "x y",   "\"q\"",   "\"p q\"",  "@",        "@d",    "@[1 2]",
+        "<",   ">",      "<>",    ",",       ", ",       ";",        ":",     ".",
+        " ",   "(c)",    "\r\n ", "\n",      "\t",       "n <",      "a@b",   "<a@b>",
+        "g: ", "@r,@s:", "(",     ")",       "\"",       "[",        "]",     "\\",
+        "\r",  "\200",   ";,",    "N <a@b>", "g:a@b,c;", "\"\\\"\"", "(\\))", "a . b"};
     std::string text;
     for (std::size_t count = support::below(random, 12); count > 0; --count) {
-        // The first pieces are the harmless ones; the last third breaks most texts.
-        const std::size_t harmless = pieces.size() * 2 / 3;
-        const std::size_t bound = support::below(random, 8) == 0 ? pieces.size() : harmless;
-        text += pieces[support::below(random, bound)];
+        // The first pieces are the harmless ones; the second half breaks most texts.
+        const std::size_t bound = support::below(random, 8) == 0 ? std::size(Pieces) : 27;
+        text += Pieces[support::below(random, bound)];
     }
     return text;
 }
 
-const char* const FamilyPieces[] = {
-    "a",  "b.c", "x y", "\"q\"", "\"p q\"", "@",       "@d",       "@[1 2]",   "<",     ">",
-    "<>", ",",   ", ",  ";",     ":",       ".",       " ",        "(c)",      "\r\n ", "\n",
-    "\t", "n <", "a@b", "<a@b>", "g: ",     "@r,@s:",  "(",        ")",        "\"",    "[",
-    "]",  "\\",  "\r",  "\200",  ";,",      "N <a@b>", "g:a@b,c;", "\"\\\"\"", "(\\))", "a . b"};
-
-const char* const FormPieces[] = {"a",           "b.c",      "x y",     "\"q\"", "\"p, q\"",
-                                  "a@b",         "<a@b>",    "N <a@b>", ",",     ", ",
-                                  ";",           "\n",       "\r\n",    " ",     "\t",
-                                  "<c@d> <a@b>", "\303",     "=?x?Q?",  "?=",    "c@d.e",
-                                  "a@[",         "1.2.3.4]", "IPv6:",   "::",    "1:2",
-                                  ":3",          "]",        ">",       "<",     "@",
-                                  "=?",          "?b?",      "?\"",     "\"",    "\\",
-                                  "\r",          "|",        "?",       "[",     "=?x?Q?a\"b\"?="};
-
-TEST(AddressGrammars, agreeWithThePlainReadersOnRandomText) {
+TEST(AddressGrammars, agreeWithThePlainReaderOnRandomText) {
     std::mt19937_64 random = support::seededRandom("AddressGrammars");
     AddressList list;
     int accepted = 0;
-    int forms = 0;
     for (int i = 0; i < 60000; ++i) {
-        const std::string written = randomAddresses(random, FormPieces);
-        const auto form = support::WebmailModel::read(written);
-        ASSERT_EQ(parsed(list, Languages[2], written), form ? dump(*form) : "refused") << written;
-        forms += form.has_value();
-        const std::string text = randomAddresses(random, FamilyPieces);
+        const std::string text = randomAddresses(random);
         const char* domain = support::below(random, 4) != 0 ? "dom" : nullptr;
         const bool nullPath = support::below(random, 2) == 0;
         const auto header = reference::parse(text, "", false);
@@ -445,7 +424,6 @@ TEST(AddressGrammars, agreeWithThePlainReadersOnRandomText) {
         ASSERT_EQ(dump(list), dump(cut)) << text << " limit " << limit;
     }
     EXPECT_GT(accepted, 2000);
-    EXPECT_GT(forms, 1000);
 }
 
 // A list as a person or a program writes it comes back as it was meant, and so does its print.
