@@ -34,7 +34,11 @@ struct Place {
         return item;
     }
 
-    void drop(MailItem* item) { FUZZ_CHECK(queue.rawUnbindMail(item, true) >= 0); }
+    // Takes the mail out of memory. One that is being processed would stay.
+    void drop(MailItem* item) {
+        item->setState(MailItem::RECEIVED);
+        FUZZ_CHECK(queue.rawUnbindMail(item, true) >= 0);
+    }
 
     support::TempDir dir;
     MailQueue queue;
