@@ -136,4 +136,33 @@ TEST_F(Holders, manyThreadsSubmitAtOnce) {
     EXPECT_EQ(static_cast<std::size_t>(threadCount * each), distinct.size());
 }
 
+// Names are built in the queue's one buffer: streams of many mails open at once, and each thread
+// finds its own.
+TEST_F(Holders, manyThreadsOpenStreamsOfTheirMails) {
+    onThreads(threadCount, [&](int thread) {
+        const std::string body = "N: " + std::to_string(thread) + "\r\n\r\n";
+        const int id = submit(queue, {"a@b"}, body);
+        for (int round = 0; round < 25; ++round) {
+            MailItem* item = bind(id, -1);
+            ASSERT_NE(nullptr, item);
+            Stream* const streams[] = {
+                item->openHeaderStream(&queue, 0),
+                item->getAssociatedStream(&queue, 'M', 1, thread, round > 0, false)};
+            char text[64];
+            ASSERT_NE(nullptr, streams[0]);
+            EXPECT_EQ(static_cast<int>(body.size()), streams[0]->readAll(text, sizeof text));
+            EXPECT_EQ(0, body.compare(0, body.size(), text, body.size()));
+            ASSERT_NE(nullptr, streams[1]);
+            char name[4096];
+            int size = sizeof name;
+            EXPECT_EQ(1U, item->getNextDataVersion(&queue, name, size));
+            EXPECT_EQ(dataPath(id).substr(0, static_cast<std::size_t>(size) - 1) + "1",
+                      std::string(name));
+            Stream::release(streams[0]);
+            Stream::release(streams[1]);
+            queue.rawUnbindMail(item, round % 2 == 0);
+        }
+    });
+}
+
 } // namespace

@@ -81,3 +81,45 @@ int QueueTest::submit(MailQueue& queue, const std::vector<std::string>& rcpts,
     Stream::release(stream);
     return id;
 }
+
+std::string bytes(std::initializer_list<unsigned> values) {
+    std::string text;
+    for (const unsigned value : values) {
+        text += static_cast<char>(value);
+    }
+    return text;
+}
+
+MailItem* StateFileTest::load(const std::string& content, int id) {
+    support::writeFile(statePath(id), content);
+    bool badFile = false;
+    MailItem* item = queue.bindMail(id, 0, false, badFile);
+    EXPECT_EQ(item == nullptr, badFile);
+    return item;
+}
+
+unsigned StateFileTest::loadError(const std::string& content) {
+    Thread::setLastError(0U);
+    MailItem* item = load(content);
+    return item != nullptr ? drop(item) : Thread::getLastError();
+}
+
+unsigned StateFileTest::drop(MailItem* item) {
+    queue.rawUnbindMail(item, true);
+    return 0;
+}
+
+MailItem* StateFileTest::reload(MailItem* item) {
+    const int id = item->getId();
+    EXPECT_EQ(0, item->saveToFile(nullptr));
+    drop(item);
+    bool badFile = false;
+    item = queue.bindMail(id, 0, false, badFile);
+    EXPECT_NE(nullptr, item);
+    return item;
+}
+
+MailItem* StateFileTest::submitAndBind(const std::vector<std::string>& rcpts) {
+    bool badFile = false;
+    return queue.bindMail(submit(queue, rcpts), 0, false, badFile);
+}

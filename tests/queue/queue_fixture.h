@@ -60,4 +60,29 @@ private:
     std::string path(int id, char family) const;
 };
 
+// A state file's bytes.
+std::string bytes(std::initializer_list<unsigned> values);
+template <class T> std::string raw(T value) {
+    return {reinterpret_cast<const char*>(&value), sizeof value};
+}
+
+// A queue, and mails from state files that a test writes itself.
+class StateFileTest : public QueueTest {
+protected:
+    void SetUp() override { attach(queue); }
+
+    // Loads a state file of these bytes; null where it is refused, with `badFile` as told.
+    MailItem* load(const std::string& content, int id = loadId);
+    // Loads, drops from memory again, and gives the error of the load, or 0.
+    unsigned loadError(const std::string& content);
+    unsigned drop(MailItem* item);
+    // The mail through its file: saved, dropped and loaded again.
+    MailItem* reload(MailItem* item);
+    MailItem* submitAndBind(const std::vector<std::string>& rcpts);
+    std::string stateOf(MailItem* item) { return support::readFile(statePath(item->getId())); }
+
+    static constexpr int loadId = 0x4242;
+    MailQueue queue;
+};
+
 #endif

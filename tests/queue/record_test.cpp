@@ -13,59 +13,7 @@ namespace {
 constexpr std::size_t recordsAt = 10 + 96;
 constexpr std::size_t rcptsAt = recordsAt + 16 * 32;
 
-std::string bytes(std::initializer_list<unsigned> values) {
-    std::string text;
-    for (const unsigned value : values) {
-        text += static_cast<char>(value);
-    }
-    return text;
-}
-
-template <class T> std::string raw(T value) {
-    return {reinterpret_cast<const char*>(&value), sizeof value};
-}
-
-class Record : public QueueTest {
-protected:
-    void SetUp() override { attach(queue); }
-
-    // Loads a state file of these bytes; null where it is refused, with `badFile` as told.
-    MailItem* load(const std::string& content, int id = loadId) {
-        support::writeFile(statePath(id), content);
-        bool badFile = false;
-        MailItem* item = queue.bindMail(id, 0, false, badFile);
-        EXPECT_EQ(item == nullptr, badFile);
-        return item;
-    }
-    // Loads, drops from memory again, and gives the error of the load, or 0.
-    unsigned loadError(const std::string& content) {
-        Thread::setLastError(0U);
-        MailItem* item = load(content);
-        return item != nullptr ? drop(item) : Thread::getLastError();
-    }
-    unsigned drop(MailItem* item) {
-        queue.rawUnbindMail(item, true);
-        return 0;
-    }
-    // The mail through its file: saved, dropped and loaded again.
-    MailItem* reload(MailItem* item) {
-        const int id = item->getId();
-        EXPECT_EQ(0, item->saveToFile(nullptr));
-        drop(item);
-        bool badFile = false;
-        item = queue.bindMail(id, 0, false, badFile);
-        EXPECT_NE(nullptr, item);
-        return item;
-    }
-    MailItem* submitAndBind(const std::vector<std::string>& rcpts) {
-        bool badFile = false;
-        return queue.bindMail(submit(queue, rcpts), 0, false, badFile);
-    }
-    std::string stateOf(MailItem* item) { return support::readFile(statePath(item->getId())); }
-
-    static constexpr int loadId = 0x4242;
-    MailQueue queue;
-};
+using Record = StateFileTest;
 
 // A state file as it should be, with what a test changes in it.
 std::string sample(const std::vector<std::string>& strings, std::uint32_t rcpts,
