@@ -1,13 +1,7 @@
 // State files of the queue: any bytes load or are refused as a plain reader says, and what loads is
 // saved and loads again as the same mail, in place and as a whole. Input: the bytes of the file.
 
-#include "fuzz/target.h"
-#include "queue/mail_item.h"
-#include "queue/mail_queue.h"
-#include "tests/support/temp_dir.h"
-
-#include <fcntl.h>
-#include <unistd.h>
+#include "fuzz/state_place.h"
 
 #include <map>
 #include <set>
@@ -15,43 +9,7 @@
 
 namespace {
 
-constexpr int Id = 0x42;
 constexpr long long NextSchedule = 77;
-
-// A queue in a directory of its own, for the life of the process.
-struct Place {
-    Place() {
-        FUZZ_CHECK(queue.setDirectory((dir / "queue").c_str(), 1) == 0);
-        queue.getLock().enter();
-        statePath = queue.getStateFileName(Id);
-        queue.getLock().leave();
-    }
-
-    MailItem* bind() {
-        bool badFile = false;
-        MailItem* item = queue.bindMail(Id, 0, false, badFile);
-        FUZZ_CHECK((item == nullptr) == badFile);
-        return item;
-    }
-
-    // Takes the mail out of memory. One that is being processed would stay.
-    void drop(MailItem* item) {
-        item->setState(MailItem::RECEIVED);
-        FUZZ_CHECK(queue.rawUnbindMail(item, true) >= 0);
-    }
-
-    support::TempDir dir;
-    MailQueue queue;
-    std::string statePath;
-};
-
-void writeState(const std::string& path, std::string_view bytes) {
-    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    FUZZ_CHECK(fd != -1);
-    const ssize_t written = ::write(fd, bytes.data(), bytes.size());
-    ::close(fd);
-    FUZZ_CHECK(written == static_cast<ssize_t>(bytes.size()));
-}
 
 bool isPath(const std::string& text) {
     return text == "<>" || text.find('@') != std::string::npos;
@@ -140,64 +98,32 @@ void checkAgainst(const Plain& plain, MailItem* item) {
     }
 }
 
-// All of a mail that its users can see, as one text.
-std::string show(MailItem* item) {
-    std::string text = std::to_string(item->getState());
-    const auto add = [&text](const char* string) {
-        text += '\n';
-        text += string != nullptr ? string : "-";
-    };
-    FUZZ_CHECK(item->hasRecord() && item->getVersionSlots() % 16 == 0);
-    for (const int field :
-         {RecordFormat::stateWord, RecordFormat::lastVersion, RecordFormat::retryCount,
-          RecordFormat::originalRCPTCount, RecordFormat::rcptCount, RecordFormat::paramHead,
-          RecordFormat::filterInfoHead}) {
-        text += ' ' + std::to_string(item->getField(field));
-    }
-    for (int r = 0; r < item->getRCPTCount(); ++r) {
-        add(item->getRCPT(r));
-        for (int field = 0; field < RecordFormat::rcptBytes; field += 4) {
-            text += ' ' + std::to_string(item->getRCPTField(r, field));
-        }
-        add(item->getLinkedString(item->getRCPTField(r, RecordFormat::rcptFailInfo)));
-    }
-    for (std::uint32_t v = 0; v < item->getVersionSlots(); ++v) {
-        for (int field = 0; field < RecordFormat::versionBytes; field += 4) {
-            text += ' ' + std::to_string(item->getVersionField(v, field));
-        }
-    }
-    for (int i = 0; item->getString(i) != nullptr; ++i) {
-        add(item->getString(i));
-    }
-    SimpleVector<const char*> params;
-    item->listParams(params);
-    for (int i = 0; i < params.size; ++i) {
-        add(params[i]);
-    }
-    return text;
-}
-
 } // namespace
 
 FUZZ_TARGET(state_file) {
-    static Place place;
+    static fuzz::Place place;
     const std::string_view file = input.rest();
-    writeState(place.statePath, file);
+    fuzz::writeState(place.statePath, file);
     MailItem* item = place.bind();
-    if (file.starts_with(std::string_view("HMIQF$\7\0", 8))) {
+    const bool present = file.starts_with(std::string_view("HMIQF$\7\0", 8));
+    if (present) {
         checkAgainst(Plain(file), item);
     }
     if (item == nullptr) {
         return;
     }
     item->rstadjust(NextSchedule);
-    const std::string first = show(item);
-    FUZZ_CHECK(item->saveToFile(nullptr) == 0);
+    const std::string first = fuzz::show(item);
+    const int saved = item->saveToFile(nullptr);
     place.drop(item);
+    if (saved == -1) {
+        FUZZ_CHECK(!present); // an older file whose addresses the present version refuses
+        return;
+    }
 
     item = place.bind();
     FUZZ_CHECK(item != nullptr);
-    FUZZ_CHECK(show(item) == first);
+    FUZZ_CHECK(fuzz::show(item) == first);
     FUZZ_CHECK(item->getField<long long>(RecordFormat::nextSchedule) == NextSchedule);
     const bool stored = item->setParam("fuzz", "value") == 0;
     const int added = item->addRCPT("added@x");
