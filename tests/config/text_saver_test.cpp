@@ -1,6 +1,8 @@
 // The saver's layout, what a file can hold, and the place of a file with its copies.
 
 #include "common/error.h"
+#include "common/thread/foreign_thread.h"
+#include "common/thread/rw_object.h"
 #include "common/thread/thread.h"
 #include "config/text_loader.h"
 #include "config/text_saver.h"
@@ -13,10 +15,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <csignal>
 #include <ctime>
 #include <filesystem>
 #include <set>
+#include <thread>
 
 using namespace HConfig;
 using namespace testschema;
@@ -173,6 +177,104 @@ TEST_F(TextSaverTest, FailuresOfTheOutputAndOfTheTreeEndTheSave) {
     EXPECT_EQ(good.text, whole);
     TextSaver rootless(&good, nullptr);
     EXPECT_EQ(rootless.save(), -1);
+}
+
+// Writes down how it is locked.
+class Watched : public RowObject {
+public:
+    Watched() : RowObject(ROOT) { doInit(false, true); }
+    int readLock(int timeout) const override {
+        EXPECT_LT(timeout, 0) << "without a limit";
+        return ++held, 0;
+    }
+    void readUnlock() const override { --held; }
+    mutable int held = 0;
+};
+
+TEST_F(TextSaverTest, AnObjectIsLockedWhileItAndItsPartsAreWritten) {
+    Watched root;
+    const std::string text = savedText(root);
+    EXPECT_EQ(root.held, 0);
+    for (const int result : {4096, -1}) {
+        support::Sink sink([&] {
+            EXPECT_LE(root.held, 1);
+            return result;
+        });
+        root.setStringValue(TYPE_CS_STRING, std::string(4000, 'x').c_str());
+        for (int i = 0; i < 30; ++i) { // more than the saver's buffer holds
+            root.addStringValue(CS_TAGS, (std::to_string(i) + std::string(4000, 'y')).c_str());
+        }
+        TextSaver saver(&sink, &root);
+        EXPECT_EQ(saver.save() == 0, result > 0);
+        EXPECT_EQ(root.held, 0);
+    }
+}
+
+class SharedRoot : public RowObject, public RWObject {
+public:
+    SharedRoot() : RowObject(ROOT) { doInit(false, true); }
+};
+
+TEST_F(TextSaverTest, ASaveSeesNoHalfOfAnUpdate) {
+    SharedRoot shared;
+    const std::unique_ptr<Object> sources[] = {make(ROOT), make(ROOT)};
+    std::string texts[2];
+    for (int i = 0; i < 2; ++i) {
+        const std::string name = std::to_string(i);
+        sources[i]->setStringValue(TYPE_STRING, name.c_str());
+        sources[i]->getChildObject(CHILD)->setStringValue(NAME, name.c_str());
+        sources[i]->addObject(MEMBERS, noted(name).release());
+        sources[i]->addStringValue(TAGS, name.c_str());
+        sources[i]->setStringValue(REFUSED_DEFAULT, i == 0 ? "6" : "7");
+        shared.update(sources[i].get(), false);
+        texts[i] = savedText(shared);
+    }
+    std::atomic<bool> done = false;
+    std::thread updater([&] {
+        const ForeignThread self(nullptr, "updater");
+        for (unsigned i = 0; !done; ++i) {
+            shared.update(sources[i % 2].get(), false);
+        }
+    });
+    for (int i = 0; i < 300; ++i) {
+        const std::string text = savedText(shared);
+        ASSERT_TRUE(text == texts[0] || text == texts[1]) << text;
+    }
+    done = true;
+    updater.join();
+}
+
+// A class whose objects hold one of themselves.
+class DeepTreeTest : public TextSaverTest {
+protected:
+    void initConfig() override {
+        static const AttributeDefinition definitions[] = {
+            {KIND_OBJECT, 1, "next", 1, FLAG_ON_DEMAND}};
+        static const AttributeDesc attributes[] = {
+            {0, 0, AttributeDesc::NO_PARAMS, 0, AttributeDesc::NO_PARAMS, 0}};
+        static const ObjectClassDesc classes[] = {
+            {1, "Node", 0, 0, 0, 1, [] { return RowObject::newRowObject(0); }}};
+        static const ConfigDesc schema = {1,       "",         "",          "",      classes,
+                                          1,       attributes, definitions, nullptr, nullptr,
+                                          nullptr, 0,          nullptr};
+        Config::init(schema);
+    }
+};
+
+TEST_F(DeepTreeTest, TheIndentLimitsTheDepth) {
+    const auto root = make(0);
+    Object* deepest = root.get();
+    for (int level = 1; level <= 32; ++level) {
+        deepest->doInitAttrOnDemand(*deepest->getObjectClass()->getAttribute(0), nullptr, false);
+        deepest = deepest->getChildObject(0);
+    }
+    const std::string text = savedText(*root);
+    EXPECT_NE(text.find("\n" + std::string(128, ' ') + "}\n"), std::string::npos);
+    deepest->doInitAttrOnDemand(*deepest->getObjectClass()->getAttribute(0), nullptr, false);
+    support::Sink sink;
+    TextSaver saver(&sink, root.get());
+    EXPECT_EQ(saver.save(), -1);
+    EXPECT_EQ(Thread::getLastError(), HE_CFG_INVALID_OBJECT);
 }
 
 // ---- Files --------------------------------------------------------------------------------------
