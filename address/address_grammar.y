@@ -4,13 +4,13 @@
  * empty list elements, dots in phrases). The build appends this file to each grammar's own, which
  * has opened the rules with what the shared ones leave open:
  *
- *   address    how a complete mailbox or group is delivered
- *   addr_spec  what becomes of a local part without a domain
+ *   address             how a complete mailbox or group is delivered
+ *   addr_spec           what becomes of a local part without a domain
  *   mailbox, name_addr  the null address, where the language has it
  *
- * and which names its parser object `Flexer` in an earlier %code block. address/grammar_glue.h tells
- * the rule that all actions on texts follow. Objects are pending in the flexer's AddressBuilder
- * until they get an owner.
+ * and which names its parser object `Flexer` in an earlier %code block. address/grammar_glue.h
+ * tells the rule that all actions on texts follow. Objects are pending in the flexer's
+ * AddressBuilder until they get an owner.
  *
  * A mailbox is delivered by the reduction to `address`, which needs no token behind it to be good:
  * the states involved reduce by default, whatever comes next. All recursion is on the left, so the

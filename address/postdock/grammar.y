@@ -1,8 +1,8 @@
 #line 2 "address/postdock/grammar.y"
 /*
- * The command-line address grammar: an address list of RFC 2822 (address/address_grammar.y) in which
- * a bare local part gets the default domain, where there is one, the null address may be allowed,
- * and the parse ends with success as soon as the limit of mailboxes is reached.
+ * The command-line address grammar: an address list of RFC 2822 (address/address_grammar.y) in
+ * which a bare local part gets the default domain, where there is one, the null address may be
+ * allowed, and the parse ends with success as soon as the limit of mailboxes is reached.
  */
 
 %define api.pure full

@@ -1,7 +1,7 @@
 #line 2 "address/rfc2822/grammar.y"
 /*
- * The address grammar of message headers: an address list of RFC 2822 (address/address_grammar.y) in
- * which a bare local part is an addr-spec as it stands. There is no null address and no limit.
+ * The address grammar of message headers: an address list of RFC 2822 (address/address_grammar.y)
+ * in which a bare local part is an addr-spec as it stands. There is no null address and no limit.
  */
 
 %define api.pure full
