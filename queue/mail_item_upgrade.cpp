@@ -101,6 +101,7 @@ int MailItem::loadFromVersion(std::uint16_t major, std::uint16_t minor) {
     upgradeVersions(*old);
     upgradeParams(*old);
     upgradeRecipients(*old);
+    setField(Format::rcptCount, rcptCount);
     savedStrings = 0;
     upgraded = true;
     return 0;
