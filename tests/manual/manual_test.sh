@@ -1,0 +1,82 @@
+#!/usr/bin/env bash
+# manual_test.sh POSTDOCK SOURCE-DIRECTORY: the manual page and the completion name what the program
+# takes and prints, no more and no less.
+set -uo pipefail
+postdock=$1
+source=$2
+page=$source/docs/man/postdock.1
+failed=0
+dir=$(mktemp -d "${TMPDIR:-/tmp}/postdock-manual-XXXXXX")
+trap 'rm -rf "$dir"' EXIT
+
+complain() { echo "FAILED: $1" >&2; failed=1; }
+
+# same WHAT A B: two lists of words, in any order.
+same() {
+    diff <(tr ' ' '\n' <<<"$2" | sort -u) <(tr ' ' '\n' <<<"$3" | sort -u) >"$dir/diff" || {
+        complain "$1"
+        cat "$dir/diff" >&2
+    }
+}
+
+options=$("$postdock" --help | sed -n 's/^    \(-.\)\(, \(--[a-z]*\)\)\? .*/\1 \3/p')
+[ "$(wc -l <<<"$options")" -ge 15 ] || complain "the usage text shows no options"
+# Those that the list of dropped flags hides are told of in the text.
+hidden=$("$postdock" --help | sed -n 's/^    \(-.\) .*Ignored, for compatibility.*/\1/p')
+kept=$(grep -vxFf <(sed 's/$/ /' <<<"$hidden") <<<"$options" | xargs)
+listed=$(sed -n '/^The options are:/,/^\.El/s/^\.It //p' "$page" |
+    grep -o 'Fl [^ ]*' | sed 's/Fl /-/' | xargs)
+same "options of the program (<) and of the manual (>)" "$kept" "$listed"
+
+dropped=$(sed -n '/ignoreArgs\[\]/,/^}/p' "$source/submit/options.cpp" | grep -o '"-."' | tr -d '"-')
+told=$(sed -n '/^Dropped are all arguments/,/^\.Ed/p' "$page" | sed -n 's/^\.Fl //p' | tr -d ',' | xargs)
+same "dropped flags of the program (<) and of the manual (>)" "$(xargs <<<"$dropped")" "$told"
+
+# Every text that is reported or printed by the parser stands in the manual.
+grep -v '^\.[A-Z][a-z]$' "$page" | sed 's/^\.It "\(.*\)"$/\1/; s/^\.Dq //; s/\\&//g' >"$dir/page"
+texts=$(cat "$source"/submit/*.cpp | tr '\n' ' ' |
+    grep -oE '((report|f(puts|printf))\((stderr, *)?|text = )"[^"]+"' | sed 's/^[^"]*"//; s/\\n//; s/"$//')
+[ "$(wc -l <<<"$texts")" -ge 15 ] || complain "no texts found in submit/"
+while IFS= read -r text; do
+    # Of an option's two forms and of the three fields the manual writes all out.
+    text=${text//"'%s:'"/"'To:'"}
+    case $text in
+    'duplicate options are not accepted: ') text+='-%c.' ;;
+    -%c. | --%s. | 'Not configured.' | '') continue ;; # the second halves; a table left out
+    esac
+    grep -qxF -- "$text" "$dir/page" || complain "the manual does not tell of: $text"
+done <<<"$texts"
+
+# shellcheck source=/dev/null
+. "$source/completion/postdock.bash" || complain "the completion cannot be sourced"
+# complete_words WORD...: what is offered for the last word.
+complete_words() {
+    COMP_WORDS=(postdock "$@")
+    COMP_CWORD=$#
+    _postdock 2>/dev/null
+    printf '%s\n' "${COMPREPLY[@]}" | sort | xargs
+}
+offered=$(complete_words -)
+same "options of the program (<) and of the completion (>)" "${kept/-i /-ti }" "$offered"
+
+mkdir -p "$dir/work/run" "$dir/wall"
+touch "$dir/work/run/morvex.cfg" "$dir/wfile"
+me=$(id -un)
+# expect RESULT WORD...
+expect() {
+    local result
+    result=$(complete_words "${@:2}")
+    [ "$result" = "$1" ] || complain "completing '${*:2}' gave '$result' and not '$1'"
+}
+expect "--workdir" --w
+expect "" -W /tmp --w
+expect "" --workdir /tmp -W
+expect "$dir/wall $dir/work" -W "$dir/w"
+expect "run/morvex.cfg" -W "$dir/work" -C run/m
+expect "$dir/wfile" --configfile "$dir/wf"
+expect "" -F -
+expect "" -- -
+[[ " $(complete_words "$me") " == *" $me "* ]] || complain "the caller's own name is not offered"
+[[ " $(complete_words -t "") " == *" $me "* ]] || complain "no recipients are offered"
+
+exit $failed
