@@ -53,6 +53,7 @@ public:
 
     int inputFd = -1;             // standard input instead of `input`, where it is not -1
     bool preload = true;          // whether the preloaded library is there
+    unsigned seconds = 0;         // a run that takes longer is ended by SIGALRM; 0: it may
     std::function<void()> limits; // called by the child right before its exec
 
     std::string path(std::string_view name) const { return dir / name; }

@@ -1,28 +1,22 @@
-// One submission, gone wrong at every point it can: killed at each system call, each call failing
-// or moving less than asked, interrupted at each call, and run against limits. After each, the
-// queue must be in one of its legal states: no marker, or a marker with two whole files.
+// One submission, gone wrong at every system call: killed there, the call failing or moving less
+// than asked, every call from there on failing, signals arriving there.
 
-#include "tests/command/harness.h"
+#include "tests/faults/fault_desk.h"
 #include "tests/faults/tracer.h"
 
 #include <gtest/gtest.h>
 
-#include <sys/resource.h>
+#include <fcntl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <filesystem>
+#include <map>
 
 namespace {
-
-namespace fs = std::filesystem;
-
-// More than one block of the data file's writer.
-const std::string body(9000, 'x');
-const std::string storedTail = "From: a@x.org\r\nTo: r@x.org\r\n\r\n" + body + "\r\n";
 
 class Faults : public testing::Test {
 protected:
@@ -37,259 +31,296 @@ protected:
     static inline bool traceable = false;
 };
 
-// A desk whose queue stands elsewhere than the built-in default, so that a run that goes on without
-// its configuration is seen.
-void prepare(Desk& desk) {
-    desk.preload = false;
-    desk.input = "From: a@x.org\nTo: r@x.org\n\n" + body + "\n";
-    support::writeFile(desk.path("run/morvex.cfg"),
-                       "Server {\n primaryDomain = \"example.org\"\n"
-                       " processing = { queuePath = \"queue/q\" queueEntryCount = 2 }\n}\n");
-    fs::create_directory(desk.path("queue"));
-}
-
-// Checks every marker of the queue against its two files; returns how many there are.
-int wholeMails(const Desk& desk) {
-    const auto files = desk.mailFiles();
-    int count = 0;
-    for (const auto& [name, content] : files) {
-        if (!name.starts_with("q/locals/")) {
-            continue;
-        }
-        ++count;
-        EXPECT_EQ(content, "") << name;
-        const std::string id = name.substr(9);
-        EXPECT_EQ(id.size(), 6U) << name;
-        const std::string entry = "q/" + id.substr(0, 2) + "/";
-        const auto state = files.find(entry + "S" + id.substr(2));
-        const auto data = files.find(entry + "D" + id.substr(2) + ".00");
-        if (state == files.end() || data == files.end()) {
-            ADD_FAILURE() << "marker " << id << " without its files";
-            continue;
-        }
-        const StateFile decoded = decodeStateFile(state->second);
-        EXPECT_TRUE(decoded.valid) << id;
-        EXPECT_EQ(decoded.strings,
-                  (std::vector<std::string>{"a@x.org", "a@x.org", "<>", "r@x.org"}))
-            << id;
-        EXPECT_TRUE(data->second.starts_with("Received: by example.org (Morvex postdock")) << id;
-        EXPECT_TRUE(data->second.ends_with(storedTail)) << id;
+// The system calls of a submission on a fresh tree, or on one that is there.
+std::vector<std::uint64_t> callsOfARun(bool present) {
+    FaultDesk desk;
+    if (present) {
+        EXPECT_EQ(desk.run({}).exitCode, 0);
     }
-    return count;
-}
-
-void expectNothingOutside(const Desk& desk) {
-    for (const auto& [name, content] : desk.mailFiles()) {
-        EXPECT_TRUE(name.starts_with("q/")) << name << " stands outside the configured queue";
-    }
-}
-
-const Judge harmless = [](int, const TracedCall&) { return Verdict{}; };
-
-int countCalls(Desk& desk) {
-    const TracedRun run = trace(desk.child({}), harmless);
+    std::vector<std::uint64_t> numbers;
+    const TracedRun run = trace(desk.child({}), [&numbers](int, const TracedCall& call) {
+        numbers.push_back(call.number);
+        return Verdict{};
+    });
     EXPECT_EQ(run.exitCode, 0);
-    return run.calls;
+    EXPECT_EQ(wholeMails(desk), present ? 2 : 1);
+    return numbers;
 }
 
-Judge at(int point, Verdict verdict) {
+// main asks for the process id, and the loader does not. What the loader does about a failure is
+// its own affair.
+std::size_t firstOfMain(const std::vector<std::uint64_t>& calls) {
+    return static_cast<std::size_t>(std::find(calls.begin(), calls.end(), SYS_getpid) -
+                                    calls.begin());
+}
+
+Judge at(std::size_t point, Verdict verdict) {
     return [point, verdict](int position, const TracedCall&) {
-        return position == point ? verdict : Verdict{};
+        return position == static_cast<int>(point) ? verdict : Verdict{};
     };
+}
+
+std::string callAt(const std::vector<std::uint64_t>& calls, std::size_t point) {
+    return "system call " + std::to_string(calls[point]) + " at " + std::to_string(point);
 }
 
 // On a fresh tree and on one that is there already.
 class Killed : public Faults, public testing::WithParamInterface<bool> {};
 
 TEST_P(Killed, AnywhereLeavesALegalQueue) {
-    int points = 0;
-    for (int point = 0;; ++point) {
-        SCOPED_TRACE("killed at call " + std::to_string(point));
-        Desk desk;
-        prepare(desk);
-        if (GetParam()) {
-            ASSERT_EQ(countCalls(desk) > 0, true);
-        }
-        const int before = GetParam() ? 1 : 0;
-        const TracedRun run = trace(desk.child({}), at(point, {Verdict::Kill, 0}));
-        if (!run.reached) {
-            EXPECT_EQ(run.exitCode, 0);
-            break;
-        }
-        ++points;
-        EXPECT_EQ(run.exitCode, 128 + SIGKILL);
-        EXPECT_LE(wholeMails(desk), before + 1);
-        expectNothingOutside(desk);
-        // The tree works for the next run, whatever the killed one left.
-        const int standing = wholeMails(desk);
-        EXPECT_EQ(desk.run({}).exitCode, 0);
-        EXPECT_EQ(wholeMails(desk), standing + 1);
-        if (HasFailure()) {
+    const auto calls = callsOfARun(GetParam());
+    const int before = GetParam() ? 1 : 0;
+    Tally tally(GetParam() ? "kill points, tree present," : "kill points, fresh tree,");
+    for (std::size_t point = 0; point < calls.size(); ++point) {
+        const bool goOn = tally.check(callAt(calls, point), [&] {
+            FaultDesk desk;
+            if (GetParam()) {
+                ASSERT_EQ(desk.run({}).exitCode, 0);
+            }
+            const TracedRun run = trace(desk.child({}), at(point, {Verdict::Kill, 0}));
+            EXPECT_EQ(run.exitCode, 128 + SIGKILL);
+            expectAsAfterAKill(desk, before);
+        });
+        if (!goOn) {
             return;
         }
     }
-    std::printf("%d of %d kill points safe\n", points, points);
 }
 
 INSTANTIATE_TEST_SUITE_P(Tree, Killed, testing::Bool(), [](const auto& tested) {
     return std::string(tested.param ? "Present" : "Fresh");
 });
 
-bool mustNotBeJudged(std::uint64_t call) {
-    return call == SYS_exit_group || call == SYS_exit || call == SYS_rt_sigreturn ||
-           call == SYS_execve || call == SYS_brk; // brk has no error to give
-}
+// The errors that a call can give, of those that a submission may meet.
+const std::map<std::uint64_t, std::vector<int>> errorsOfCalls = {
+    {SYS_openat, {ENOSPC, EIO, EACCES, EMFILE, EINTR, ENOMEM}},
+    {SYS_read, {EIO, EINTR}},
+    {SYS_pread64, {EIO, EINTR}},
+    {SYS_write, {ENOSPC, EIO, EINTR}},
+    {SYS_writev, {ENOSPC, EIO, EINTR}},
+    {SYS_fsync, {ENOSPC, EIO, EINTR}},
+    {SYS_close, {ENOSPC, EIO, EINTR}},
+    {SYS_fchmod, {EIO, EACCES}},
+    {SYS_mkdir, {ENOSPC, EIO, EACCES, ENOMEM}},
+    {SYS_linkat, {ENOSPC, EIO, EACCES}},
+    {SYS_unlink, {EIO, EACCES}},
+    {SYS_lseek, {EIO}},
+    {SYS_getdents64, {EIO}},
+    {SYS_stat, {EIO, EACCES, ENOMEM}},
+    {SYS_fstat, {EIO, EACCES, ENOMEM}},
+    {SYS_newfstatat, {EIO, EACCES, ENOMEM}},
+    {SYS_access, {EIO, EACCES, ENOMEM}},
+    {SYS_poll, {EINTR, ENOMEM}},
+    {SYS_socket, {EACCES, EMFILE, ENOMEM}},
+    {SYS_connect, {EACCES, EINTR}},
+    {SYS_mmap, {EACCES, ENOMEM}},
+    {SYS_munmap, {ENOMEM}},
+    {SYS_mprotect, {EACCES, ENOMEM}},
+    {SYS_fcntl, {EMFILE, EINTR}},
+    {SYS_getrandom, {EINTR}},
+};
 
-// After a fault: exit 0 with one whole mail, or another exit code with a reason and no file of the
-// mail. What the loader does before main runs is its own affair.
-void expectWholeOrNothing(const Desk& desk, const Outcome& run, bool started) {
-    const int mails = wholeMails(desk);
-    expectNothingOutside(desk);
-    if (run.exitCode == 0) {
-        EXPECT_EQ(mails, 1);
-        EXPECT_EQ(desk.mailFiles().size(), 3U);
-        return;
+// The long form asks every call for every error, whether it can give it or not.
+std::vector<int> errorsToTry(std::uint64_t call) {
+    const bool cannotFail = call == SYS_exit_group || call == SYS_exit ||
+                            call == SYS_rt_sigreturn || call == SYS_execve ||
+                            call == SYS_execveat || call == SYS_brk; // brk has no error to give
+    if (longForm() && !cannotFail) {
+        return {ENOSPC, EIO, EACCES, EMFILE, EINTR, ENOMEM, EROFS, EDQUOT};
     }
-    EXPECT_EQ(mails, 0);
-    EXPECT_EQ(desk.mailFiles().size(), 0U);
-    if (!started) {
-        return;
-    }
-    EXPECT_NE(run.err, "") << "exit code " << run.exitCode;
-    for (const int expected : {65, 74, 75, 78}) {
-        if (run.exitCode == expected) {
-            return;
-        }
-    }
-    ADD_FAILURE() << "exit code " << run.exitCode << ": " << run.err;
+    const auto row = errorsOfCalls.find(call);
+    return row != errorsOfCalls.end() ? row->second : std::vector<int>{};
 }
 
 TEST_F(Faults, EveryCallFailsOnce) {
-    const int errors[] = {ENOSPC, EIO, EACCES, EMFILE, EINTR, ENOMEM};
-    int faults = 0;
-    for (const int error : errors) {
-        for (int point = 0;; ++point) {
-            Desk desk;
-            prepare(desk);
-            std::uint64_t number = 0;
-            bool started = false; // main asks for the process id, and the loader does not
-            const TracedRun run = trace(desk.child({}), [&](int position, const TracedCall& call) {
-                started = started || (position <= point && call.number == SYS_getpid);
-                if (position != point) {
-                    return Verdict{};
+    for (const bool present : {false, true}) {
+        const auto calls = callsOfARun(present);
+        Tally tally(std::string("failing calls, ") + (present ? "tree present," : "fresh tree,"));
+        for (std::size_t point = present && !longForm() ? firstOfMain(calls) : 0;
+             point < calls.size(); point += present ? stride(4) : 1) {
+            for (const int error : errorsToTry(calls[point])) {
+                const bool goOn = tally.check(
+                    std::string(std::strerror(error)) + " from " + callAt(calls, point), [&] {
+                        FaultDesk desk;
+                        if (present) {
+                            ASSERT_EQ(desk.run({}).exitCode, 0);
+                            for (const auto& [name, content] : desk.mailFiles()) {
+                                ::unlink(desk.queue(name).c_str());
+                            }
+                        }
+                        const TracedRun run =
+                            trace(desk.child({}), at(point, {Verdict::Fail, error}));
+                        EXPECT_TRUE(run.reached);
+                        expectWholeOrNothing(desk, desk.collect(run.exitCode),
+                                             point > firstOfMain(calls));
+                    });
+                if (!goOn) {
+                    return;
                 }
-                number = call.number;
-                return mustNotBeJudged(call.number) ? Verdict{} : Verdict{Verdict::Fail, error};
-            });
-            SCOPED_TRACE(std::string(std::strerror(error)) + " from system call " +
-                         std::to_string(number) + " at " + std::to_string(point));
-            if (run.calls <= point) {
-                break;
             }
-            if (!run.reached) {
-                continue;
-            }
-            ++faults;
-            expectWholeOrNothing(desk, desk.collect(run.exitCode), started);
         }
     }
-    std::printf("%d faults\n", faults);
+}
+
+bool writesBeyondStandard(const TracedCall& call) {
+    return call.number == SYS_write && call.args[0] > STDERR_FILENO;
+}
+
+bool opensToChange(const TracedCall& call) {
+    return call.number == SYS_openat && (call.args[2] & (O_ACCMODE | O_CREAT)) != 0;
+}
+
+// From a point on nothing works any more: an error does not go away by itself.
+TEST_F(Faults, EveryCallFailsFromThereOn) {
+    struct Row {
+        const char* what;
+        int error;
+        bool (*fails)(const TracedCall& call);
+        bool removes; // unlink still works
+    };
+    const Row rows[] = {
+        {"a full disk", ENOSPC,
+         [](const TracedCall& call) {
+             return writesBeyondStandard(call) || opensToChange(call) || call.number == SYS_mkdir ||
+                    call.number == SYS_linkat || call.number == SYS_fsync;
+         },
+         true},
+        {"no descriptors", EMFILE,
+         [](const TracedCall& call) {
+             return call.number == SYS_openat || call.number == SYS_socket;
+         },
+         true},
+        {"a tree that is read only", EROFS,
+         [](const TracedCall& call) {
+             return opensToChange(call) || call.number == SYS_mkdir || call.number == SYS_linkat ||
+                    call.number == SYS_fchmod || call.number == SYS_unlink;
+         },
+         false},
+        {"a broken disk", EIO,
+         [](const TracedCall& call) {
+             return writesBeyondStandard(call) ||
+                    (call.number != SYS_write && call.number != SYS_close &&
+                     errorsOfCalls.count(call.number) != 0);
+         },
+         false},
+        {"a broken disk that close tells of", EIO,
+         [](const TracedCall& call) {
+             return call.number == SYS_close || call.number == SYS_fsync;
+         },
+         true},
+    };
+    const auto calls = callsOfARun(false);
+    for (const Row& row : rows) {
+        Tally tally(std::string("points of ") + row.what + " from there on");
+        for (std::size_t point = firstOfMain(calls); point < calls.size(); point += stride(3)) {
+            const bool goOn = tally.check(callAt(calls, point), [&] {
+                FaultDesk desk;
+                const TracedRun run =
+                    trace(desk.child({}), [&](int position, const TracedCall& call) {
+                        return position >= static_cast<int>(point) && row.fails(call)
+                                   ? Verdict{Verdict::Fail, row.error}
+                                   : Verdict{};
+                    });
+                if (row.removes) {
+                    expectWholeOrNothing(desk, desk.collect(run.exitCode), true);
+                } else {
+                    EXPECT_EQ(wholeMails(desk), run.exitCode == 0 ? 1 : 0);
+                    EXPECT_LE(countFiles(desk), 3U);
+                }
+            });
+            if (!goOn) {
+                return;
+            }
+        }
+    }
 }
 
 TEST_F(Faults, ShortTransfers) {
-    for (int point = 0;; ++point) {
-        SCOPED_TRACE("one byte at call " + std::to_string(point));
-        Desk desk;
-        prepare(desk);
-        const TracedRun run = trace(desk.child({}), [&](int position, const TracedCall& call) {
-            const bool transfer = call.number == SYS_read || call.number == SYS_write;
-            return position >= point && transfer && call.args[2] > 1 && position < point + 3
-                       ? Verdict{Verdict::Shorten, 1}
-                       : Verdict{};
-        });
-        if (run.calls <= point) {
-            break;
-        }
-        if (run.reached) {
-            expectWholeOrNothing(desk, desk.collect(run.exitCode), true);
-        }
-    }
-}
-
-// An interrupt at each call, and a second right behind the first.
-TEST_F(Faults, InterruptedAnywhere) {
-    for (const int signals : {1, 2}) {
-        int aborted = 0;
-        int whole = 0;
-        for (int point = 0;; ++point) {
-            SCOPED_TRACE(std::to_string(signals) + " interrupts from call " +
-                         std::to_string(point));
-            Desk desk;
-            prepare(desk);
-            const TracedRun run = trace(desk.child({}), [&](int position, const TracedCall&) {
-                return position >= point && position < point + signals
-                           ? Verdict{Verdict::Signal, SIGINT}
+    const auto calls = callsOfARun(false);
+    Tally tally("short transfers");
+    const auto isTransfer = [](const TracedCall& call) {
+        return (call.number == SYS_read || call.number == SYS_write) && call.args[2] > 7;
+    };
+    const auto check = [&](std::size_t first, std::size_t count, int bytes) {
+        return tally.check(std::to_string(bytes) + " bytes, " + callAt(calls, first), [&] {
+            FaultDesk desk;
+            const TracedRun run = trace(desk.child({}), [&](int position, const TracedCall& call) {
+                const auto here = static_cast<std::size_t>(position);
+                return here >= first && here - first < count && isTransfer(call)
+                           ? Verdict{Verdict::Shorten, bytes}
                            : Verdict{};
             });
-            if (!run.reached) {
-                break;
-            }
-            const int mails = wholeMails(desk);
-            const Outcome outcome = desk.collect(run.exitCode);
-            // Before the handler is armed the default action holds.
-            EXPECT_TRUE(run.exitCode == 0 || run.exitCode == 128 + SIGINT) << run.exitCode;
-            if (mails == 0) {
-                EXPECT_EQ(desk.mailFiles().size(), 0U);
-                EXPECT_EQ(outcome.out, run.exitCode == 0 ? "Transaction aborted by user\n" : "");
-                ++aborted;
-            } else {
-                EXPECT_EQ(desk.mailFiles().size(), 3U);
-                ++whole;
-            }
+            expectWholeOrNothing(desk, desk.collect(run.exitCode), true);
+        });
+    };
+    const std::size_t main = firstOfMain(calls);
+    EXPECT_TRUE(check(main, calls.size() * 100, 7)); // all of them
+    for (std::size_t point = 0; point < calls.size(); ++point) {
+        if ((calls[point] == SYS_read || calls[point] == SYS_write) &&
+            !(check(point, 1, 1) && check(point, 3, 1))) {
+            return;
         }
-        std::printf("%d aborted, %d whole\n", aborted, whole);
-        EXPECT_GT(aborted, 0);
-        EXPECT_GT(whole, 0);
     }
 }
 
-// Limits that the process inherits.
-TEST(Limits, AreReportedOrHeldTo) {
-    struct Row {
-        const char* what;
-        std::function<void()> limits;
-        int exitCode;
-        const char* reason; // in the middle of standard error; null: the mail goes through
-    };
-    const auto set = [](int resource, rlim_t value) {
-        return [resource, value] {
-            const rlimit limit{value, value};
-            ::setrlimit(static_cast<__rlimit_resource>(resource), &limit);
-        };
-    };
-    const Row rows[] = {
-        {"files of at most 4 KiB", set(RLIMIT_FSIZE, 4096), 74, "(File too large)"},
-        {"no descriptor to spare", set(RLIMIT_NOFILE, 3), 127, ""},
-        {"one descriptor to spare", set(RLIMIT_NOFILE, 4), 74, "(Too many open files)"},
-        {"two descriptors to spare", set(RLIMIT_NOFILE, 5), 0, nullptr},
-        {"no standard input", [] { ::close(0); }, 74, "(Bad file descriptor)"},
-        {"no standard output", [] { ::close(1); }, 0, nullptr},
-        {"no standard error", [] { ::close(2); }, 0, nullptr},
-        {"no standard descriptor", [] { ::close(0), ::close(1), ::close(2); }, 74, ""},
-        {"only standard error", [] { ::close(0), ::close(1); }, 74, "(Bad file descriptor)"},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.what);
-        Desk desk;
-        prepare(desk);
-        desk.preload = true; // whether a log service holds a descriptor must not matter
-        desk.limits = row.limits;
-        const Outcome run = desk.run({});
-        EXPECT_EQ(run.exitCode, row.exitCode) << run.err;
-        EXPECT_EQ(wholeMails(desk), row.reason == nullptr ? 1 : 0);
-        EXPECT_EQ(desk.mailFiles().size(), row.reason == nullptr ? 3U : 0U);
-        if (row.reason != nullptr) {
-            EXPECT_NE(run.err.find(row.reason), std::string::npos) << run.err;
+// An interrupt at each call, a second right behind the first, and one at every call from there on.
+TEST_F(Faults, InterruptedAnywhere) {
+    const auto calls = callsOfARun(false);
+    for (const std::size_t signals : {std::size_t{1}, std::size_t{2}, calls.size() * 10}) {
+        Tally tally("points of " +
+                    (signals > 2 ? std::string("a flood of") : std::to_string(signals)) +
+                    " SIGINT");
+        int outcomes[2] = {};
+        for (std::size_t point = 0; point<calls.size(); point += signals> 1 ? stride(2) : 1) {
+            const bool goOn = tally.check(callAt(calls, point), [&] {
+                FaultDesk desk;
+                const TracedRun run = trace(desk.child({}), [&](int position, const TracedCall&) {
+                    const auto here = static_cast<std::size_t>(position);
+                    return here >= point && here - point < signals
+                               ? Verdict{Verdict::Signal, SIGINT}
+                               : Verdict{};
+                });
+                const int mails = wholeMails(desk);
+                const Outcome outcome = desk.collect(run.exitCode);
+                // Before the handler is armed the default action holds.
+                EXPECT_TRUE(run.exitCode == 0 || run.exitCode == 128 + SIGINT) << run.exitCode;
+                EXPECT_EQ(countFiles(desk), mails == 0 ? 0U : 3U);
+                if (mails == 0) {
+                    EXPECT_EQ(outcome.out,
+                              run.exitCode == 0 ? "Transaction aborted by user\n" : "");
+                }
+                ++outcomes[mails];
+            });
+            if (!goOn) {
+                return;
+            }
+        }
+        EXPECT_GT(outcomes[0], 0);
+        EXPECT_GT(outcomes[1], 0);
+    }
+}
+
+// Signals that end a process by default are kills; SIGABRT has a handler that takes the mail back.
+TEST_F(Faults, EndedByOtherSignals) {
+    const auto calls = callsOfARun(false);
+    for (const int signal : {SIGTERM, SIGABRT, SIGHUP, SIGQUIT, SIGUSR1, SIGSEGV}) {
+        Tally tally(std::string("points of ") + ::strsignal(signal));
+        for (std::size_t point = 0; point < calls.size(); point += stride(9)) {
+            const bool goOn = tally.check(callAt(calls, point), [&] {
+                FaultDesk desk;
+                const TracedRun run = trace(desk.child({}), at(point, {Verdict::Signal, signal}));
+                const bool reported = run.exitCode != 128 + signal;
+                EXPECT_TRUE(!reported || signal == SIGABRT || point + 2 >= calls.size())
+                    << run.exitCode;
+                if (reported) {
+                    expectWholeOrNothing(desk, desk.collect(run.exitCode), true);
+                } else {
+                    expectAsAfterAKill(desk);
+                }
+            });
+            if (!goOn) {
+                return;
+            }
         }
     }
 }
