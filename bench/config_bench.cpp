@@ -6,6 +6,7 @@
 #include "config/config.h"
 #include "config/text_loader.h"
 #include "config/text_saver.h"
+#include "tests/stream/streams.h"
 
 #include <benchmark/benchmark.h>
 
@@ -92,25 +93,11 @@ void updateTrees(benchmark::State& state) {
     state.SetComplexityN(state.range(0));
 }
 
-// Takes everything.
-class Sink : public Stream {
-public:
-    int read(void*, int) override { return notAllowed(); }
-    int write(const void* buffer, int size) override {
-        text.append(static_cast<const char*>(buffer), static_cast<std::size_t>(size));
-        return size;
-    }
-    State getInputState() const override { return StateError; }
-    State getOutputState() const override { return StateGood; }
-
-    std::string text;
-};
-
 void saveTree(benchmark::State& state) {
     HConfig::Config::init();
     {
         const auto user = userWithMailboxes(state.range(0), 0);
-        Sink sink;
+        support::Sink sink;
         HConfig::TextSaver saver(&sink, user.get());
         for (auto _ : state) {
             sink.text.clear();
@@ -128,7 +115,7 @@ void saveTree(benchmark::State& state) {
 // What saveTree writes: five lines a member.
 void loadTree(benchmark::State& state) {
     HConfig::Config::init();
-    Sink sink;
+    support::Sink sink;
     {
         const auto user = userWithMailboxes(state.range(0), 0);
         HConfig::TextSaver(&sink, user.get()).save();

@@ -8,6 +8,7 @@
 #include "config/text_loader.h"
 #include "config/text_saver.h"
 #include "fuzz/target.h"
+#include "tests/stream/streams.h"
 
 #include <utility>
 
@@ -26,28 +27,14 @@ struct Schema {
     ~Schema() { Config::destroy(); }
 };
 
-// A stream that keeps all it is given.
-class Kept : public Stream {
-public:
-    int read(void*, int) override { return notAllowed(); }
-    int write(const void* buffer, int size) override {
-        text.append(static_cast<const char*>(buffer), static_cast<std::size_t>(size));
-        return size;
-    }
-    State getInputState() const override { return StateError; }
-    State getOutputState() const override { return StateGood; }
-
-    std::string text;
-};
-
 std::string saved(Object& root) {
-    Kept kept;
-    TextSaver saver(&kept, &root);
+    support::Sink sink;
+    TextSaver saver(&sink, &root);
     const auto oldLog = std::exchange(Thread::log, countComplaint);
     complaints = 0;
     FUZZ_CHECK(saver.save() == 0);
     Thread::log = oldLog;
-    return kept.text;
+    return sink.text;
 }
 
 bool loads(std::string text, Object* object) {
