@@ -62,14 +62,15 @@ TEST(Interrupts, AtRandomMoments) {
     auto random = support::seededRandom("Interrupts.AtRandomMoments");
     const nanoseconds run = ordinaryRun();
     const int rounds = longForm() ? 2000 : 100;
-    for (const auto& [what, signals] :
+    for (const auto& [what, count] :
          {std::pair("one SIGINT", 1), std::pair("two SIGINTs", 2), std::pair("a flood", 1 << 30)}) {
         Tally tally("random moments of " + std::string(what));
+        const int signals = count; // for the lambda below
         int mailsSeen = 0;
         for (int round = 0; round < rounds; ++round) {
             const auto delay =
                 nanoseconds(support::below(random, static_cast<std::size_t>(run.count())));
-            const auto gap = nanoseconds(support::below(random, signals == 2 ? 200'000 : 20'000));
+            const auto gap = nanoseconds(support::below(random, count == 2 ? 200'000 : 20'000));
             const bool goOn = tally.check(std::to_string(delay.count()) + " ns", [&] {
                 FaultDesk desk;
                 const int exitCode = interrupted(desk, delay, signals, gap);
