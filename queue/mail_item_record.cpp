@@ -4,6 +4,7 @@
 #include "common/stream/file.h"
 #include "common/thread/thread.h"
 #include "queue/mail_item.h"
+#include "queue/record_rules.h"
 
 #include <climits>
 #include <cstring>
@@ -12,8 +13,7 @@
 namespace {
 
 namespace Format = RecordFormat;
-
-constexpr char corruptedText[] = "Corrupted string";
+using namespace RecordRules;
 
 int fail(unsigned code) {
     Thread::setLastError(code);
@@ -58,15 +58,6 @@ private:
     bool good = true;
     char buffer[capacity];
 };
-
-// Whether a text may stand in a path's or a recipient's place.
-bool hasAt(const char* text) {
-    return text != nullptr && std::strchr(text, '@') != nullptr;
-}
-
-bool isPath(const char* text) {
-    return hasAt(text) || (text != nullptr && std::strcmp(text, "<>") == 0);
-}
 
 } // namespace
 
@@ -284,7 +275,7 @@ int MailItem::completeFront() {
 // Whether the format's reader takes the mail's paths and addresses.
 int MailItem::checkAddresses() const {
     for (int r = 0; r < getRCPTCount(); ++r) {
-        if (!hasAt(getRCPT(r))) {
+        if (!isRecipient(getRCPT(r))) {
             return fail(HE_BADFILE);
         }
     }
@@ -296,7 +287,7 @@ int MailItem::checkAddresses() const {
 int MailItem::checkRecipients(bool corrupted) {
     const std::uint32_t others = static_cast<std::uint32_t>(strings.size()) - rcptCount;
     for (int r = 0; r < static_cast<int>(rcptCount); ++r) {
-        if (!hasAt(getRCPT(r))) {
+        if (!isRecipient(getRCPT(r))) {
             return fail(HE_BADFILE);
         }
         unsigned char* const rcpt = rcptRecord(r);

@@ -7,6 +7,7 @@
 #include "queue/chain_text.h"
 #include "queue/mail_item.h"
 #include "queue/param_list.h"
+#include "queue/record_rules.h"
 
 #include <algorithm>
 #include <climits>
@@ -15,10 +16,10 @@
 namespace {
 
 using namespace LegacyLayout;
+using namespace RecordRules;
 using ChainText::hexAt;
 
 constexpr int listOrder = 16;
-constexpr char corruptedText[] = "Corrupted string";
 
 // A string of a chain is "%07X:" and more; one of the message information "%07X:%04X:%02X:%s".
 constexpr std::size_t linkBytes = 8;
@@ -61,14 +62,6 @@ std::uint64_t loadField(const unsigned char* start, Field field) {
         break;
     }
     return value;
-}
-
-bool hasAt(const char* text) {
-    return text != nullptr && std::strchr(text, '@') != nullptr;
-}
-
-bool isPath(const char* text) {
-    return hasAt(text) || (text != nullptr && std::strcmp(text, "<>") == 0);
 }
 
 } // namespace
@@ -166,7 +159,7 @@ int ObsoleteLoader::readStrings(File* file, std::uint64_t tableSize) {
 int ObsoleteLoader::checkPaths() const {
     bool good = isPath(getRPath()) && isPath(getAuthPath());
     for (std::uint32_t r = 0; good && r < rcptCount; ++r) {
-        good = hasAt(getRCPTPath(r));
+        good = isRecipient(getRCPTPath(r));
     }
     return good ? 0 : fail(HE_BADFILE);
 }
