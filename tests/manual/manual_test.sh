@@ -1,9 +1,11 @@
 #!/usr/bin/env bash
-# manual_test.sh POSTDOCK SOURCE-DIRECTORY: the manual page and the completion name what the program
-# takes and prints, no more and no less.
+# manual_test.sh POSTDOCK SOURCE-DIRECTORY CONFIGURATION-PAGE: the manual page and the completion
+# name what the program takes and prints, no more and no less, and the page of the configuration
+# file shows the attributes as the schema has them.
 set -uo pipefail
 postdock=$1
 source=$2
+configuration=$3
 page=$source/docs/man/postdock.1
 failed=0
 dir=$(mktemp -d "${TMPDIR:-/tmp}/postdock-manual-XXXXXX")
@@ -28,14 +30,17 @@ listed=$(sed -n '/^The options are:/,/^\.El/s/^\.It //p' "$page" |
     grep -o 'Fl [^ ]*' | sed 's/Fl /-/' | xargs)
 same "options of the program (<) and of the manual (>)" "$kept" "$listed"
 
-dropped=$(sed -n '/ignoreArgs\[\]/,/^}/p' "$source/submit/options.cpp" | grep -o '"-."' | tr -d '"-')
-told=$(sed -n '/^Dropped are all arguments/,/^\.Ed/p' "$page" | sed -n 's/^\.Fl //p' | tr -d ',' | xargs)
+dropped=$(sed -n '/ignoreArgs\[\]/,/^}/p' "$source/submit/options.cpp" | grep -o '"-."' |
+    tr -d '"-')
+told=$(sed -n '/^Dropped are all arguments/,/^\.Ed/p' "$page" | sed -n 's/^\.Fl //p' |
+    tr -d ',' | xargs)
 same "dropped flags of the program (<) and of the manual (>)" "$(xargs <<<"$dropped")" "$told"
 
 # Every text that is reported or printed by the parser stands in the manual.
 grep -v '^\.[A-Z][a-z]$' "$page" | sed 's/^\.It "\(.*\)"$/\1/; s/^\.Dq //; s/\\&//g' >"$dir/page"
 texts=$(cat "$source"/submit/*.cpp | tr '\n' ' ' |
-    grep -oE '((report|f(puts|printf))\((stderr, *)?|text = )"[^"]+"' | sed 's/^[^"]*"//; s/\\n//; s/"$//')
+    grep -oE '((report|f(puts|printf))\((stderr, *)?|text = )"[^"]+"' |
+    sed 's/^[^"]*"//; s/\\n//; s/"$//')
 [ "$(wc -l <<<"$texts")" -ge 15 ] || complain "no texts found in submit/"
 while IFS= read -r text; do
     # Of an option's two forms and of the three fields the manual writes all out.
@@ -46,6 +51,25 @@ while IFS= read -r text; do
     esac
     grep -qxF -- "$text" "$dir/page" || complain "the manual does not tell of: $text"
 done <<<"$texts"
+
+# row CLASS ATTRIBUTE TEXT: what the table tells of an attribute, in one line.
+row() {
+    local told
+    told=$(sed -n "/^\.Ss $1\$/,/^\.El/p" "$configuration" | sed -n "/^\.It Va $2\$/,/^\.[IE]/p" |
+        grep -v '^\.')
+    [ "${told//$'\n'/ }" = "$3" ] || complain "$1.$2 is told of as: $told"
+}
+row ProcessingService queueEntryCount 'UnsignedInt, 1 to 256; default 64'
+row ProcessingService queuePath 'CSString, a path; default \(dqqueue\(dq'
+row IPListener enable 'Choice, one of no, yes; default yes'
+row LogRule priority 'UnsignedInt, 1 to 1000; key, required'
+row LogRule fileTime 'UnsignedInt, 600 to 2592000, or 0; default 86400'
+row Server userMaps 'set of objects of UserMap, at most 64'
+row SSLControl allowedVersions 'ChoiseSet, any of ssl2, ssl3, tls1, tls1_1, tls1_2, all; '\
+'default (ssl3 tls1 tls1_1 tls1_2)'
+classes=$(grep -cE '^ +(CONCRETE|ABSTRACT)\(' "$source/config/schema/class_tree.h")
+[ "$(sed -n '/^\.Sh CLASSES/,/^\.Sh FILES/p' "$configuration" | grep -c '^\.Ss ')" = "$classes" ] ||
+    complain "not all of the $classes classes are in the table"
 
 # shellcheck source=/dev/null
 . "$source/completion/postdock.bash" || complain "the completion cannot be sourced"
