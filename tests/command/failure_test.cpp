@@ -116,19 +116,30 @@ TEST(Failure, BadConfigurationEndsBeforeTheQueue) {
 
 // The defaults name a queue that the file may not name.
 TEST(Failure, AConfigurationThatCannotBeReadIsNotTheDefaults) {
-    const std::pair<const char*, const char*> rows[] = {
-        {"stat:morvex.cfg:1:13", "Permission denied"},
-        {"open:morvex.cfg:1:24", "Too many open files"},
-        {"lseek:morvex.cfg:2:5", "Input/output error"},
-        {"read:morvex.cfg:1:5", "Input/output error"}, // looking at its lines, up to the third
-        {"read:morvex.cfg:3:5", "Input/output error"},
-        {"read:morvex.cfg:4:5", "Input/output error"}, // parsing
+    const std::string small = "Server { processing = { queuePath = elsewhere } }\n";
+    std::string large = small; // more than is read at once
+    for (int i = 0; i < 100; ++i) {
+        large += "# " + std::string(78, 'x') + "\n";
+    }
+    const struct {
+        const std::string& content;
+        const char* fault;
+        const char* error;
+    } rows[] = {
+        {small, "stat:morvex.cfg:1:13", "Permission denied"},
+        {small, "open:morvex.cfg:1:24", "Too many open files"},
+        {small, "read:morvex.cfg:1:5", "Input/output error"},
+        {small, "read:morvex.cfg:2:5", "Input/output error"},
+        {large, "read:morvex.cfg:1:5", "Input/output error"},
+        {large, "lseek:morvex.cfg:2:5", "Input/output error"}, // back, to look at its lines
+        {large, "read:morvex.cfg:3:5", "Input/output error"},
+        {large, "lseek:morvex.cfg:3:5", "Input/output error"}, // back, to parse it
+        {large, "read:morvex.cfg:8:5", "Input/output error"},
     };
-    for (const auto& [fault, error] : rows) {
+    for (const auto& [content, fault, error] : rows) {
         SCOPED_TRACE(fault);
         Desk desk;
-        support::writeFile(desk.path("run/morvex.cfg"),
-                           "Server { processing = { queuePath = elsewhere } }\n");
+        support::writeFile(desk.path("run/morvex.cfg"), content);
         desk.environment = {{"MORVEX_TEST_FAULT", fault}};
         const Outcome run = desk.run({"r@x.org"});
         EXPECT_EQ(run.exitCode, 78);
