@@ -154,13 +154,22 @@ TEST_F(LockTest, SlotsAreDistinctAndKnowTheirThread) {
     section.leave(); // nothing is held
     const int mine = section.enter();
     EXPECT_EQ(section.getId(pthread_self()), mine);
-    EXPECT_EQ(onThread([&] {
-                  const int slot = section.enter();
-                  section.leave();
-                  return slot;
-              }),
-              1 - mine);
+    std::atomic<int> theirs{-1};
+    std::atomic<bool> go{false};
+    Worker other([&] {
+        theirs = section.enter();
+        eventually([&] { return go.load(); });
+        section.leave();
+        return 0;
+    });
+    ASSERT_EQ(other.start(0), 0);
+    ASSERT_TRUE(eventually([&] { return theirs >= 0; }));
+    EXPECT_EQ(theirs, 1 - mine);
     section.leave();
+    EXPECT_EQ(section.getId(other.getId()), theirs);
+    EXPECT_EQ(section.enter(), mine) << "the slot that was left, not the other thread's";
+    section.leave();
+    go = true;
 }
 
 TEST_F(LockTest, SlotsBelongToOneThreadAtATime) {
