@@ -21,7 +21,7 @@
 // Failure: -1 with the error of the step that failed. Whatever fails while a file is saved, its
 // old content stands under its own name afterwards, and nothing does where there was no file. A
 // process that dies meanwhile leaves the old content under its own name or under that of the copy,
-// but for a file that cannot be moved aside.
+// but for a file that can neither be moved aside nor copied beside itself.
 //
 // Requires: Config::init. A saver belongs to one thread at a time, and saves any number of times.
 
@@ -55,9 +55,10 @@ public:
 
     // Saves as the constructor was told. 0, or -1; without a root it is -1 with HE_INVAL.
     //
-    // A file that cannot be moved aside, as in a directory that is not writable, is written in
-    // place while its old content is kept in memory; if it cannot be read either, that fails. The
-    // new content has reached the disk before the old one goes.
+    // A file that cannot be moved aside, as one that is mounted there or stands in a directory that
+    // is not writable, is written in place. Its old content is kept in memory meanwhile, and in the
+    // copy where that can be made; if it cannot be read, that fails. The new content has reached
+    // the disk before the old one goes.
     int save();
     // Writes the tree to `output`. `name` has no use. 0, or -1, also for objects that nest more
     // than 32 levels deep: HE_CFG_INVALID_OBJECT.

@@ -16,6 +16,7 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <memory>
 
 namespace HConfig {
 
@@ -34,7 +35,9 @@ public:
         if (place == Renamed) {
             ::rename(copyPath.c_str(), path);
         } else if (place == InMemory) {
-            writeWhole();
+            if (putBack() == 0 && isCopied) {
+                ::unlink(copyPath.c_str());
+            }
         } else if (place == Nowhere) {
             ::unlink(path);
         }
@@ -43,8 +46,8 @@ public:
     OldContent(const OldContent&) = delete;
     OldContent& operator=(const OldContent&) = delete;
 
-    // Keeps the present content: by renaming the file, or in memory where that cannot be done. 0,
-    // or -1 with the error that kept it from both.
+    // Keeps the present content: by renaming the file, or in memory where that cannot be done, with
+    // a copy on disk where one can be made. 0, or -1 with the error that kept it from both.
     int keep() {
         struct stat status;
         if (lstat(path, &status) != 0) {
@@ -55,12 +58,14 @@ public:
             errno = EISDIR;
             return -1;
         }
-        if (::rename(path, copyPath.c_str()) == 0) {
+        if (moveAside(status) == 0) {
             place = Renamed;
+            isCopied = true;
             return 0;
         }
         const int code = errno;
         if (stat(path, &status) == 0 && S_ISREG(status.st_mode) && readWhole() == 0) {
+            isCopied = makeCopy(status.st_mode & 0777) == 0;
             place = InMemory;
             return 0;
         }
@@ -72,12 +77,19 @@ public:
 
     // The save is done, and nothing goes back. True where the old content stands in the copy.
     bool letGo() {
-        const bool isCopied = place == Renamed;
         place = Untouched;
         return isCopied;
     }
 
 private:
+    // A rename between two names of one file would do nothing, and leave it to be truncated.
+    int moveAside(const struct stat& status) const {
+        struct stat copy;
+        const bool isSame = lstat(copyPath.c_str(), &copy) == 0 && copy.st_dev == status.st_dev &&
+                            copy.st_ino == status.st_ino;
+        return isSame ? ::unlink(path) : ::rename(path, copyPath.c_str());
+    }
+
     int readWhole() {
         File file(path);
         if (file.open(O_RDONLY) != 0) {
@@ -91,26 +103,43 @@ private:
         return count;
     }
 
-    // The blocks of the old size are still the file's, so that this needs no space.
-    void writeWhole() const {
-        File file(path);
-        if (file.open(O_WRONLY) != 0) {
-            return;
+    // Takes the place of what has the copy's name, as a rename does.
+    int makeCopy(mode_t mode) const {
+        ::unlink(copyPath.c_str());
+        File copy(nullptr, openFd(copyPath.c_str(), O_WRONLY | O_CREAT | O_EXCL, mode));
+        if (!copy.isOpen()) {
+            return -1;
         }
+        if (writeWhole(copy) != 0) {
+            ::unlink(copyPath.c_str());
+            return -1;
+        }
+        return 0;
+    }
+
+    // The blocks of the old size are still the file's, so that this needs no space.
+    int putBack() const {
+        File file(nullptr, openFd(path, O_WRONLY));
+        return file.isOpen() ? writeWhole(file) : -1;
+    }
+
+    // Needs no memory. 0, or -1.
+    int writeWhole(File& file) const {
         for (std::size_t at = 0; at < content.size();) {
             const std::size_t left = content.size() - at;
             const int size = static_cast<int>(left < INT_MAX ? left : INT_MAX);
             if (file.writeAll(content.data() + at, size) != size) {
-                return;
+                return -1;
             }
             at += static_cast<std::size_t>(size);
         }
-        file.truncate(static_cast<long long>(content.size()));
+        return file.truncate(static_cast<long long>(content.size())) == 0 ? file.forcedFlush() : -1;
     }
 
     const char* path;
     const std::string& copyPath;
     enum { Untouched, Nowhere, Renamed, InMemory } place = Untouched; // Nowhere: there was no file
+    bool isCopied = false; // the old content stands under the copy's name
     std::string content;
 };
 
@@ -182,17 +211,19 @@ int TextSaver::saveFile() {
     if (copy.empty() || old.keep() != 0 || fillFile(old.isInMemory()) != 0) {
         return -1;
     }
-    const bool isCopied = old.letGo();
     if (backupCount == 0) {
-        if (isCopied) {
+        if (old.letGo()) {
             ::unlink(copy.c_str());
         }
         return 0;
     }
-    backups.push_back(new File(copy.c_str()));
+    auto kept = std::make_unique<File>(copy.c_str()); // while the old content can still go back
+    backups.push_back(kept.get());
+    kept.release();
     if (backups.size() > backupCount) {
         retireOldest();
     }
+    old.letGo();
     return 0;
 }
 
@@ -266,7 +297,7 @@ std::string TextSaver::copyPath() const {
 
 // Moves the oldest copy out of the way. It stays where it is if that fails.
 void TextSaver::retireOldest() {
-    File* copy = backups.front();
+    const std::unique_ptr<File> copy(backups.front());
     backups.pop_front();
     if (const char* runDirectory = Thread::getRunDirectory(); runDirectory != nullptr) {
         std::string target = runDirectory;
@@ -279,7 +310,6 @@ void TextSaver::retireOldest() {
         target += lastComponent(copy->getName());
         copy->rename(target.c_str());
     }
-    Stream::release(copy);
 }
 
 } // namespace HConfig

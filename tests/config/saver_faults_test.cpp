@@ -1,6 +1,7 @@
 // A save of a configuration file, gone wrong at every system call it makes: the call fails, or the
 // process is killed there. After a failure the old content stands under the file's own name; after
-// a kill it stands there or under the copy's, or the new content is whole.
+// a kill it stands there or under the copy's, or the new content is whole. The same where the file
+// cannot be moved aside, but for a kill where it cannot be copied either.
 
 #include "tests/faults/tracer.h"
 #include "tests/support/temp_dir.h"
@@ -23,6 +24,8 @@ protected:
     const std::string path = dir / "morvex.cfg";
     std::string newText;
 
+    enum Place { Movable, Copyable, Fixed }; // what can be done with the file that is there
+
     void SetUp() override {
         static const bool traceable = canTrace();
         if (!traceable) {
@@ -33,11 +36,17 @@ protected:
         ASSERT_GT(newText.size(), 10000u);
     }
 
+    struct Outcome {
+        int exitCode;
+        bool reached; // whether there was such a call
+    };
+
     // Lets the call go wrong that is the `at`-th one from the first rename on.
-    TracedRun run(const char* backupCount, int at, Verdict verdict,
-                  const char* failingAllocation = nullptr) {
+    Outcome run(const char* backupCount, int at, Verdict verdict, Place place = Movable,
+                const char* failingAllocation = nullptr) {
         int first = -1;
-        return trace(
+        bool reached = false;
+        const TracedRun traced = trace(
             [&] {
                 execl(SAVER_PROBE, "saver_probe", path.c_str(), backupCount, dir.path().c_str(),
                       failingAllocation, nullptr);
@@ -46,8 +55,14 @@ protected:
                 if (first < 0 && call.number == SYS_rename) {
                     first = position;
                 }
-                return first >= 0 && position - first == at ? verdict : Verdict();
+                if (first >= 0 && position - first == at) {
+                    reached = true;
+                    return verdict;
+                }
+                return place == Copyable && position == first ? Verdict{Verdict::Fail, EBUSY}
+                                                              : Verdict();
             });
+        return {traced.exitCode, reached};
     }
 
     // How many files of the directory hold exactly `text`.
@@ -59,33 +74,34 @@ protected:
         return count;
     }
 
-    // Starts with the old content, in a directory where it can be moved aside or not.
-    void prepare(bool movable) {
+    // Starts with the old content, and an older copy.
+    void prepare(Place place) {
         for (const auto& entry : std::filesystem::directory_iterator(dir.path())) {
             std::filesystem::remove_all(entry.path());
         }
         support::writeFile(path, oldText);
-        if (!movable) {
+        support::writeFile(dir / "morvex-01-02-03:04:05.cfg", "older");
+        if (place == Fixed) {
             std::filesystem::create_directories(path + ".1/x");
         }
     }
 
-    void goThrough(const char* backupCount, bool movable, Verdict verdict) {
+    void goThrough(const char* backupCount, Place place, Verdict verdict) {
         int failures = 0;
         for (int at = 0;; ++at) {
-            prepare(movable);
-            const TracedRun traced = run(backupCount, at, verdict);
+            prepare(place);
+            const Outcome outcome = run(backupCount, at, verdict, place);
             const std::string text = support::readFile(path);
-            if (traced.exitCode == 0) {
+            if (outcome.exitCode == 0) {
                 EXPECT_EQ(text, newText) << at;
-            } else if (traced.exitCode < 128) {
+            } else if (outcome.exitCode < 128) {
                 EXPECT_EQ(text, oldText) << at << " " << verdict.value;
                 EXPECT_EQ(holding(oldText), 1) << at;
-                failures += traced.exitCode == 1 ? 1 : 0;
-            } else if (movable) {
-                EXPECT_TRUE(text == newText || holding(oldText) == 1) << at;
+                failures += outcome.exitCode == 1 ? 1 : 0;
+            } else {
+                EXPECT_TRUE(text == newText || holding(oldText) >= 1) << at;
             }
-            if (!traced.reached) {
+            if (!outcome.reached) {
                 break;
             }
             ASSERT_LT(at, 5000);
@@ -97,18 +113,20 @@ protected:
 TEST_F(SaverFaults, EachCallFails) {
     for (const int error : {EIO, ENOSPC, EACCES}) {
         const Verdict verdict{Verdict::Fail, error};
-        goThrough("0", true, verdict);
-        goThrough("2", true, verdict);
-        goThrough("0", false, verdict);
+        goThrough("0", Movable, verdict);
+        goThrough("1", Movable, verdict);
+        goThrough("1", Copyable, verdict);
+        goThrough("0", Fixed, verdict);
     }
 }
 
 TEST_F(SaverFaults, EachAllocationFails) {
-    for (const bool movable : {true, false}) {
+    const std::pair<const char*, Place> rows[] = {{"1", Movable}, {"1", Copyable}, {"0", Fixed}};
+    for (const auto& [backupCount, place] : rows) {
         int exitCode = 1;
         for (int at = 1; exitCode != 0; ++at) {
-            prepare(movable);
-            exitCode = run("0", -1, {}, std::to_string(at).c_str()).exitCode;
+            prepare(place);
+            exitCode = run(backupCount, -1, {}, place, std::to_string(at).c_str()).exitCode;
             EXPECT_EQ(support::readFile(path), exitCode == 0 ? newText : oldText) << at;
             ASSERT_TRUE(exitCode == 0 || exitCode == 1) << at;
             ASSERT_LT(at, 5000);
@@ -117,8 +135,9 @@ TEST_F(SaverFaults, EachAllocationFails) {
 }
 
 TEST_F(SaverFaults, TheProcessIsKilledAtEachCall) {
-    goThrough("0", true, {Verdict::Kill, 0});
-    goThrough("1", true, {Verdict::Kill, 0});
+    goThrough("0", Movable, {Verdict::Kill, 0});
+    goThrough("1", Movable, {Verdict::Kill, 0});
+    goThrough("0", Copyable, {Verdict::Kill, 0});
 }
 
 } // namespace
