@@ -22,22 +22,22 @@ using Scanner = int (*)(const unsigned char*, int, int&);
 
 #if defined(__x86_64__)
 
-// A process that never searches as much as this at once does not gain what the question costs.
-constexpr int NOT_ASKED = 4096;
+// A process that never searches more than this at once does not gain what the question costs.
+constexpr int NOT_ASKED = 4095;
 
-// The least range that goes to the wide kernel; never, where the processor does not run it.
-std::atomic<int> wideFrom = NOT_ASKED;
+// The largest range that does not go to the wide kernel; any, where the processor does not run it.
+std::atomic<int> narrowUpTo = NOT_ASKED;
 
 [[gnu::noinline, gnu::cold]] bool askProcessor() {
     const bool usable = scan::avx2IsUsable();
-    wideFrom.store(usable ? scan::Avx2Kernel::LeastSize : INT_MAX, std::memory_order_relaxed);
+    narrowUpTo.store(usable ? scan::Avx2Kernel::LeastSize - 1 : INT_MAX, std::memory_order_relaxed);
     return usable;
 }
 
 struct ChosenKernel {
     template <class Set> static int findTrigger(const unsigned char* data, int size) {
-        const int from = wideFrom.load(std::memory_order_relaxed);
-        if (size >= from && (from != NOT_ASKED || askProcessor())) {
+        const int narrow = narrowUpTo.load(std::memory_order_relaxed);
+        if (size > narrow && (narrow != NOT_ASKED || askProcessor())) {
             return scan::Avx2Kernel::findTrigger<Set>(data, size);
         }
         return scan::Kernel::findTrigger<Set>(data, size);
