@@ -41,9 +41,9 @@ bool passwdFileIsFirst() {
 
 // Empty where the file has no entry for the uid, or cannot be read up to it.
 std::string nameInPasswdFile(uid_t uid) {
-    const std::unique_ptr<FILE, int (*)(FILE*)> file(std::fopen("/etc/passwd", "re"), std::fclose);
-    char block[4096];
+    char block[4096]; // the stream's own, until it is closed
     char line[1024];
+    const std::unique_ptr<FILE, int (*)(FILE*)> file(std::fopen("/etc/passwd", "re"), std::fclose);
     passwd entry;
     passwd* found = nullptr;
     if (file == nullptr || std::setvbuf(file.get(), block, _IOFBF, sizeof block) != 0) {
