@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <ctime>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -337,6 +338,28 @@ TEST_F(ThreadTest, CleanupCallsItsHooksOnce) {
     EXPECT_TRUE(Thread::isOnStack(&data)) << "everything counts as on the stack then";
     Thread::init();
     Thread::init();
+}
+
+TEST_F(ThreadTest, InitKeepsASeedOnlyIfItWasSetForIt) {
+    const auto firstDraw = [](std::time_t time, int process) {
+        std::srand(static_cast<unsigned>(time) + 32U * static_cast<unsigned>(process));
+        return std::rand();
+    };
+    const int own = getpid();
+    for (const int process : {own + 1, own}) {
+        Thread::cleanup();
+        const std::time_t before = std::time(nullptr);
+        if (process != own) {
+            Thread::seedRandom(process);
+        }
+        Thread::init();
+        const int drawn = std::rand();
+        bool found = false;
+        for (std::time_t second = std::time(nullptr); second >= before && !found; --second) {
+            found = firstDraw(second, process) == drawn;
+        }
+        EXPECT_TRUE(found) << (process == own ? "seeded by init" : "seeded before it");
+    }
 }
 
 TEST_F(ThreadTest, WorkingPathIsMadeAbsolute) {
