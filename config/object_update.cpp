@@ -61,6 +61,17 @@ unsigned commonCountOf(const Object& a, const Object& b) {
 bool isMarked(const ObjectMarker& marker, unsigned index) {
     return index < marker.getCount() && marker.isMarked(index);
 }
+
+class WriteLock {
+public:
+    explicit WriteLock(const Object& locked) : object(locked) { object.writeLock(-1); }
+    ~WriteLock() { object.writeUnlock(); }
+    WriteLock(const WriteLock&) = delete;
+    WriteLock& operator=(const WriteLock&) = delete;
+
+private:
+    const Object& object;
+};
 } // namespace
 
 // --- Copies -------------------------------------------------------------------------------------
@@ -310,15 +321,16 @@ bool Object::update(const Object* source, bool recursive) {
     AttributeList deferred;
     bool changed = false;
     ObjectCallback* callback = getCallback();
-    writeLock(-1);
-    if (callback != nullptr && callback->isEnabled()) {
-        const ListenerPause pause(*callback);
-        changed = recursive ? doRecursiveUpdate(source, callback, deferred)
-                            : doUpdate(source, callback, nullptr);
-    } else {
-        changed = doUpdate(source, nullptr, nullptr);
+    {
+        const WriteLock lock(*this);
+        if (callback != nullptr && callback->isEnabled()) {
+            const ListenerPause pause(*callback);
+            changed = recursive ? doRecursiveUpdate(source, callback, deferred)
+                                : doUpdate(source, callback, nullptr);
+        } else {
+            changed = doUpdate(source, nullptr, nullptr);
+        }
     }
-    writeUnlock();
     for (const Attribute* attribute : deferred) {
         if (source->childAt(*attribute) != nullptr) {
             childAt(*attribute)->update(source->childAt(*attribute), true);
@@ -372,12 +384,13 @@ void Object::announce(ObjectCallback* callback, bool recursive, AttributeList& d
 void Object::update(bool recursive) {
     AttributeList deferred;
     ObjectCallback* callback = getCallback();
-    writeLock(-1);
-    if (callback != nullptr && callback->isEnabled()) {
-        const ListenerPause pause(*callback);
-        announce(callback, recursive, deferred);
+    {
+        const WriteLock lock(*this);
+        if (callback != nullptr && callback->isEnabled()) {
+            const ListenerPause pause(*callback);
+            announce(callback, recursive, deferred);
+        }
     }
-    writeUnlock();
     for (const Attribute* attribute : deferred) {
         childAt(*attribute)->update(true);
     }
