@@ -112,6 +112,31 @@ TEST_F(RWObjectTest, UpgradesOfSeveralReadersAndOfTheOnlyOne) {
     EXPECT_TRUE(writable(object)) << "each reader was counted once";
 }
 
+// While an upgrade waits, another one may take the lock: a refusal has to wait for its end then.
+TEST_F(RWObjectTest, RefusedUpgradeReadsAgainOnlyBehindTheWriter) {
+    const Shared object;
+    std::atomic<bool> writing{false};
+    object.readLock(-1);
+    Worker other([&] {
+        object.readLock(-1);
+        EXPECT_EQ(object.writeLock(50), -1);
+        EXPECT_FALSE(writing);
+        EXPECT_EQ(Thread::getLastError(), HE_TIMEOUT);
+        object.readUnlock();
+        return 0;
+    });
+    ASSERT_EQ(other.start(0), 0);
+    ASSERT_TRUE(eventually([&] { return object.checkWaitingThreads(false, true); }));
+    EXPECT_EQ(object.writeLock(-1), 0);
+    writing = true;
+    Thread::sleep(100);
+    writing = false;
+    object.writeUnlock();
+    other.join();
+    object.readUnlock();
+    EXPECT_TRUE(writable(object)) << "each reader was counted once";
+}
+
 TEST_F(RWObjectTest, WaitingWriterHoldsBackNewReaders) {
     const Shared object;
     object.readLock(-1);
