@@ -132,8 +132,11 @@ public:
     int connect(const SocketAddr& peer) override;
     int shutdown(int how) override;
     int close() override;
+
+    // As doSend and doRecv without flags: the time-outs set above count, the argument does not.
     int send(const void* buffer, int size, int timeout) override;
     int recv(void* buffer, int size, int timeout) override;
+
     int getType() const override; // 4
     int getDesc() const override;
     int makeNonBlocking(bool on) override;
