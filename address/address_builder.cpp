@@ -5,14 +5,19 @@
 #include "address/address_list.h"
 #include "common/container/hvector.h"
 
+#include <functional>
+
 namespace {
 
 constexpr int PendingNodeOrder = 128;
 
-// Enters an object, unless it is in already.
+// Enters an object, unless it is in already. New memory mostly lies above the old, so the end is
+// tried before a search: a limit leaves each group that it empties pending, however many there are.
 void enter(HVector<void*, void*>& pending, void* object) {
+    const int size = pending.size();
+    const bool last = size > 0 && std::less<>()(pending.get(size - 1), object);
     int index = 0;
-    if (!pending.binSearchRange(object, 0, pending.size(), &index)) {
+    if (!pending.binSearchRange(object, last ? size : 0, size, &index)) {
         pending.insertAt(index, object);
     }
 }
