@@ -134,8 +134,10 @@ public:
 
     // Writes the record and the strings that are not in the file yet; a whole rewrite after an
     // addRCPT, after a failed save, and where there are too many strings to count them. 0, or -1:
-    // the file may be partial then and the next save is a whole one. Where `sizeChange` is given,
-    // the memory size is worked out anew and its change stored. Does not sync.
+    // the file may be partial then and the next save is a whole one. HE_FBIG for 65536 recipients
+    // or more strings than fit: a file of these could not be loaded again, and the present one
+    // stays. Where `sizeChange` is given, the memory size is worked out anew and its change stored.
+    // Does not sync.
     int saveToFile(int* sizeChange);
 
     // Reads the state file. 0, with faults in single fields repaired, or -1 with no record:
@@ -195,7 +197,8 @@ public:
 
     // The distinct names of the recipient's folders, the first one first and then from the newest
     // to the oldest; up to `capacity` of them go to `out`, owned by the mail. The result counts
-    // them all. An empty first name means none: 0. -1 with HE_INVALOP without a record.
+    // them all. An empty first name means none: 0. -1 with HE_INVALOP without a record, HE_INVAL
+    // for a recipient that is not there.
     int getRCPTMboxes(int rcpt, const char** out, int capacity);
 
     // The index of the last recipient with this address, in whatever case, or -1.
@@ -232,8 +235,9 @@ public:
     int doGetFilterInfo(int field, Tree* out);
 
     // A data version's value of a key; with `followParents` that of the nearest version among it
-    // and those it was derived from. An empty text where there is none; null with HE_INVALOP
-    // without a record, HE_INVAL for a version above the last, and for a broken chain.
+    // and those it was derived from, where a broken chain is passed over. An empty text where there
+    // is none; null with HE_INVALOP without a record, HE_INVAL for a version above the last or a
+    // null key, and without `followParents` HE_BADFILE for a broken chain.
     const char* getDataFilterInfo(unsigned version, const char* key, bool followParents);
 
     // The heads of the three levels of filter information.

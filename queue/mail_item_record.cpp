@@ -65,6 +65,9 @@ int MailItem::saveToFile(int* sizeChange) {
     if (record == nullptr || stateFile == nullptr) {
         return -1;
     }
+    if (rcptCount >= Format::rcptLimit || strings.size() > Format::stringLimit) {
+        return fail(HE_FBIG); // it could not be read again
+    }
     const bool whole = savedStrings == 0;
     if (upgraded && checkAddresses() == -1) {
         return -1; // the old file can still be read, the new one could not

@@ -18,6 +18,7 @@ namespace {
 
 namespace Format = RecordFormat;
 using ChainText::addOnce;
+using ChainText::CircleWatch;
 using ChainText::hexAt;
 
 // "%07X:%02X:%07X": link, slot, value. "%07X:%07X:%s": link, value, key.
@@ -76,7 +77,9 @@ int MailItem::doGetRCPTSlots(int field, int rcpt, Tree* out) {
         return fail(record == nullptr ? HE_INVALOP : HE_INVAL);
     }
     std::uint32_t link = getRCPTField(rcpt, field);
-    for (int links = 0; link != 0 && links < Format::maxChainLinks; ++links) {
+    CircleWatch circle;
+    for (int links = 0; link != 0 && links < Format::maxChainLinks && !circle.closes(link);
+         ++links) {
         const char* const text = getLinkedString(link);
         if (!hasForm(text, slotStringBytes, slotValueOffset - 1)) {
             return fail(HE_BADFILE);
@@ -116,7 +119,9 @@ int MailItem::doSetFilterInfo(int field, const char* key, int valueIndex) {
 
 // Walks as long as there are `links` left, which it counts down. Null for a broken chain.
 const char* MailItem::findFilterInfo(int field, const char* key, bool& found, int& links) const {
-    for (std::uint32_t link = getField(field); link != 0 && links > 0; --links) {
+    CircleWatch circle;
+    for (std::uint32_t link = getField(field); link != 0 && links > 0 && !circle.closes(link);
+         --links) {
         const char* const text = getLinkedString(link);
         if (!isInfo(text)) {
             Thread::setLastError(HE_BADFILE);
@@ -146,7 +151,9 @@ int MailItem::doGetFilterInfo(int field, Tree* out) {
         return fail(HE_INVALOP);
     }
     std::uint32_t link = getField(field);
-    for (int links = 0; link != 0 && links < Format::maxChainLinks; ++links) {
+    CircleWatch circle;
+    for (int links = 0; link != 0 && links < Format::maxChainLinks && !circle.closes(link);
+         ++links) {
         const char* const text = getLinkedString(link);
         if (!isInfo(text)) {
             return fail(HE_BADFILE);

@@ -180,11 +180,12 @@ void MailItem::upgradeParams(const MailItemLoader& old) {
 }
 
 // The recipients of one data version have the same slots, and so they share one chain: what is
-// added to a recipient's later goes ahead of it. Filter actions may add recipients at the end,
-// about whom the old mail knows nothing.
+// added to a recipient's later goes ahead of it. The name of a folder is shared where the old mail
+// shares it. Filter actions may add recipients at the end, about whom the old mail knows nothing.
 void MailItem::upgradeRecipients(const MailItemLoader& old) {
     SharedTexts failures(*this);
     std::unordered_map<std::uint32_t, std::uint32_t> slotHeads; // by data version
+    std::unordered_map<const char*, int> mboxes;                // by the name's place
     RBTree found;
     const std::unique_ptr<const char*[]> folders(new const char*[maxFolders]);
     const int count = static_cast<int>(old.getRCPTCount());
@@ -202,7 +203,9 @@ void MailItem::upgradeRecipients(const MailItemLoader& old) {
 
         const int named = old.getRCPTMboxes(rcpt, folders.get(), maxFolders);
         for (int i = 0; i < named && i < maxFolders; ++i) {
-            const int mbox = addFolder(folders[static_cast<std::size_t>(i)]);
+            const char* const name = folders[static_cast<std::size_t>(i)];
+            const auto [place, fresh] = mboxes.try_emplace(name, 0);
+            const int mbox = fresh ? place->second = addFolder(name) : place->second;
             if (i == 0 && mbox != -1) {
                 setRCPTField(r, Format::rcptMbox, mbox);
             } else if (i > 0 && addRCPTMbox(r, mbox) == -1) {

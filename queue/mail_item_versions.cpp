@@ -25,18 +25,25 @@ constexpr std::int32_t sizeUnknown = -1;
 // Lines that end in CR LF, without their ends.
 constexpr int headerLineFlags = 132;
 
-// Reads the headers of a data file from its start: their size with the empty line, or -1. A line
-// too long for the tokenizer comes in pieces, of which an empty last one is no empty line.
+// Reads the headers of a data file from its start: their size with the empty line, or -1, also
+// where reading fails: kept as a size, what was read so far would cut the mail in two. A line too
+// long for the tokenizer comes in pieces, of which an empty last one is no empty line.
 std::int32_t readHeaderSize(File& file) {
     LineTokenizer tokenizer(&file, headerLineFlags, true);
     bool lineStart = true;
     while (tokenizer.getInputState() == Stream::StateGood) {
         int length = 0;
         const void* const line = tokenizer.readToken(length);
-        if (line == nullptr || (length == 0 && lineStart)) {
+        if (line == nullptr) {
+            return sizeUnknown;
+        }
+        if (length == 0 && lineStart) {
             break;
         }
         lineStart = tokenizer.lastTokenCompleted();
+    }
+    if (tokenizer.getInputState() == Stream::StateError) {
+        return sizeUnknown;
     }
     const long long end = tokenizer.lseek(0, Stream::SeekCurrent);
     return end <= INT_MAX ? static_cast<std::int32_t>(end) : sizeUnknown;

@@ -9,6 +9,7 @@
 
 #include "common/container/hvector.h"
 #include "common/container/simple_vector.h"
+#include "queue/chain_text.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -30,15 +31,13 @@ void list(const HVector<const char*>& params, SimpleVector<const char*>& out);
 
 // Fills `params` from the chain at `head`, which runs from the newest to the oldest: a name that
 // is there already has a newer value. `linked` gives the string of a link, which is 1 to
-// `others` - 1; anything else ends the walk. A damaged chain may run in a circle, which has nothing
-// new the second time: the walk ends when it comes back to `mark`, which moves up at each power of
-// two, so a long string is searched a few times and not thousands.
+// `others` - 1; anything else ends the walk, and so does a circle, which has nothing new.
 template <class Linked>
 void readChain(HVector<const char*>& params, std::uint32_t head, std::uint32_t others,
                const Linked& linked) {
     std::uint32_t index = head;
-    std::uint32_t mark = 0;
-    for (int links = 0; links < maxLinks && index >= 1 && index < others && index != mark;
+    ChainText::CircleWatch circle;
+    for (int links = 0; links < maxLinks && index >= 1 && index < others && !circle.closes(index);
          ++links) {
         const char* const text = linked(index);
         if (text == nullptr || ::strnlen(text, shortestString) < shortestString ||
@@ -52,9 +51,6 @@ void readChain(HVector<const char*>& params, std::uint32_t head, std::uint32_t o
             end != nullptr &&
             !find(params, stored, static_cast<std::size_t>(end - stored), place)) {
             params.insertAt(place, stored);
-        }
-        if ((links & (links + 1)) == 0) {
-            mark = index;
         }
         index = previous;
     }

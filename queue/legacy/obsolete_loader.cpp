@@ -4,7 +4,6 @@
 #include "common/error.h"
 #include "common/stream/file.h"
 #include "common/thread/thread.h"
-#include "queue/chain_text.h"
 #include "queue/mail_item.h"
 #include "queue/param_list.h"
 #include "queue/record_rules.h"
@@ -231,19 +230,20 @@ std::uint32_t ObsoleteLoader::linkEnd() const {
     return count > start ? count - start : 0;
 }
 
-// The string at the walk's link, which moves on. Null for a broken chain.
+// The string at the walk's link, which moves on. Null for a broken chain. Once there is too little
+// left for a string there is nothing left for any: looking at it again would cost its length.
 const char* ObsoleteLoader::next(Walk& walk, std::size_t shortest) const {
     const char* const text = linkedString(walk.link);
-    const std::size_t length = text != nullptr ? std::strlen(text) : 0;
-    if (text == nullptr || length < shortest || text[linkBytes - 1] != ':' || length >= bytesLeft ||
-        walk.link == walk.mark) {
+    if (text == nullptr || ::strnlen(text, shortest) < shortest || text[linkBytes - 1] != ':' ||
+        walk.circle.closes(walk.link)) {
+        return nullptr;
+    }
+    const std::uint64_t length = ::strnlen(text, bytesLeft);
+    if (length == bytesLeft) {
+        bytesLeft = 0;
         return nullptr;
     }
     bytesLeft -= length + 1;
-    if ((walk.steps & (walk.steps + 1)) == 0) {
-        walk.mark = walk.link;
-    }
-    ++walk.steps;
     walk.link = hexAt(text);
     return text;
 }

@@ -9,6 +9,7 @@
 #ifndef MORVEX_QUEUE_LEGACY_OBSOLETE_LOADER_H
 #define MORVEX_QUEUE_LEGACY_OBSOLETE_LOADER_H
 
+#include "queue/chain_text.h"
 #include "queue/legacy/layout.h"
 #include "queue/mail_item_loader.h"
 
@@ -67,12 +68,10 @@ private:
         const char* text;
     };
 
-    // A walk along a chain. One that comes back to `mark`, which moves up at each power of two,
-    // runs in a circle.
+    // A walk along a chain.
     struct Walk {
         std::uint32_t link;
-        std::uint32_t mark = 0;
-        std::uint32_t steps = 0;
+        ChainText::CircleWatch circle = {};
     };
 
     int readHeader(File* file) const;

@@ -249,6 +249,26 @@ TEST_F(Extras, endsBrokenAndCircularChains) {
     }
 }
 
+// A walk in a circle comes by these 65,536 times if nothing stops it.
+TEST_F(Extras, meetsALongTextOfACircleAFewTimes) {
+    constexpr std::size_t length = 1'000'000;
+    for (const std::string& text : {"0000003:0000003:" + std::string(length, 'k'),
+                                    "0000003:07:" + std::string(length, '1')}) {
+        MailItem* item = submitAndBind({"a@x"});
+        EXPECT_EQ(3, item->addString(text.c_str()));
+        EXPECT_EQ(0, item->saveToFile(nullptr));
+        std::string file = stateOf(item);
+        drop(item);
+        file.replace(10 + Format::filterInfoHead, 4, raw(3U));
+        file.replace(10 + 96 + 512 + Format::rcptMessageSlotsHead, 4, raw(3U));
+        item = load(file);
+        RBTree found;
+        EXPECT_EQ(text[10] == ':' ? -1 : 0, item->doGetFilterInfo(Format::filterInfoHead, &found));
+        EXPECT_EQ(text[10] == ':' ? "7= " : "broken", slots(item, Format::rcptMessageSlotsHead, 0));
+        drop(item);
+    }
+}
+
 TEST_F(Extras, countsDataVersions) {
     int size = 0;
     MailItem* fresh = queue.newMail();
@@ -325,6 +345,11 @@ TEST_F(Extras, showsHeadersAndBodyOfADataVersion) {
         EXPECT_EQ(row.headers == "\r\n" ? 8 : size + 6, item->getHeaderSize(&queue, 0, true));
         EXPECT_EQ(HE_INVAL, lastError(item->getHeaderSize(&queue, 1, false)));
         EXPECT_EQ(nullptr, item->openDataStream(&queue, 1));
+        fs::remove(dataPath(id));
+        fs::create_symlink("/proc/self/mem", dataPath(id)); // opens, and cannot be read at 0
+        EXPECT_EQ(-1, item->getHeaderSize(&queue, 0, true));
+        EXPECT_EQ(nullptr, item->openHeaderStream(&queue, 0));
+        EXPECT_EQ(-1, item->getCachedHeaderSize(0));
         fs::remove(dataPath(id));
         EXPECT_EQ(HE_NOENT, lastError(item->getHeaderSize(&queue, 0, true)));
         EXPECT_EQ(nullptr, item->openHeaderStream(&queue, 0));
