@@ -115,7 +115,7 @@ TEST_F(TreePropertiesTest, AVetoEndsTheUpdateThere) {
         const int calls = willing.recorder.calls;
         const std::string all = willing.recorder.heard();
         const std::string after = dump(willing.object, true);
-        for (int call = 1; call <= calls; call += 1 + calls / 5) {
+        for (int call = 1; call <= calls; ++call) {
             Listened own(*tree);
             own.recorder.vetoAt = call;
             own.recorder.atRollback = [&](const Object& old) {
