@@ -5,16 +5,12 @@
 #include "common/stream/memory_stream.h"
 #include "config/classes.h"
 #include "config/text_loader.h"
+#include "fuzz/config_schema.h"
 #include "fuzz/target.h"
 
 using namespace HConfig;
 
 namespace {
-
-struct Schema {
-    Schema() { Config::init(); }
-    ~Schema() { Config::destroy(); }
-};
 
 int load(std::string_view text, bool strict, Object* object) {
     std::string copy(text);
@@ -29,7 +25,7 @@ int load(std::string_view text, bool strict, Object* object) {
 } // namespace
 
 FUZZ_TARGET(config_loader) {
-    static const Schema schema;
+    fuzz::needSchema();
     const std::string_view text = input.rest();
     Server first;
     first.doInit(false, true);

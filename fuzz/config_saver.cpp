@@ -7,6 +7,7 @@
 #include "config/classes.h"
 #include "config/text_loader.h"
 #include "config/text_saver.h"
+#include "fuzz/config_schema.h"
 #include "fuzz/target.h"
 #include "tests/stream/streams.h"
 
@@ -21,11 +22,6 @@ unsigned complaints = 0;
 void countComplaint(int, const char*, ...) {
     ++complaints;
 }
-
-struct Schema {
-    Schema() { Config::init(); }
-    ~Schema() { Config::destroy(); }
-};
 
 std::string saved(Object& root) {
     support::Sink sink;
@@ -46,7 +42,7 @@ bool loads(std::string text, Object* object) {
 } // namespace
 
 FUZZ_TARGET(config_saver) {
-    static const Schema schema;
+    fuzz::needSchema();
     Server first;
     first.doInit(false, true);
     if (!loads(std::string(input.rest()), &first)) {
