@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <sstream>
@@ -132,6 +133,10 @@ std::function<void()> Desk::plainChild(const std::vector<std::string>& arguments
         const rlimit noCore{0, 0};
         ::setrlimit(RLIMIT_CORE, &noCore);
         ::alarm(seconds);
+        // What whoever runs the tests ignores, as nohup does with SIGHUP, is not the command's.
+        for (int number = 1; number < SIGRTMIN; ++number) {
+            ::signal(number, SIG_DFL);
+        }
         // Opened first: who gives up root's rights below may not reach it by its path.
         const int binary = ::open(POSTDOCK_BINARY, O_PATH | O_CLOEXEC);
         if (limits) {
