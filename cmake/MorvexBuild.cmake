@@ -32,13 +32,17 @@ elseif(CMAKE_BUILD_TYPE STREQUAL "Release")
     target_compile_options(morvex_flags INTERFACE
         -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong
         -ffunction-sections -fdata-sections)
+    # One source, one binary, wherever the trees stand.
+    target_compile_options(morvex_flags INTERFACE
+        -ffile-prefix-map=${PROJECT_BINARY_DIR}/= -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
 endif()
 
 # morvex_library(NAME [DEPENDS lib...] SOURCES file...): a static library of the tree.
 function(morvex_library name)
     cmake_parse_arguments(ARG "" "" "DEPENDS;SOURCES" ${ARGN})
     add_library(${name} STATIC ${ARG_SOURCES})
-    target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
+    target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
+    target_compile_features(${name} PUBLIC cxx_std_20)
     target_link_libraries(${name} PUBLIC ${ARG_DEPENDS} PRIVATE $<BUILD_INTERFACE:morvex_flags>)
 endfunction()
 
