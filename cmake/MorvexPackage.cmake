@@ -30,6 +30,10 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_COMMAND_PACKAGE_NAME postdock)
 set(CPACK_DEBIAN_COMMAND_PACKAGE_SECTION mail)
 set(CPACK_DEBIAN_COMMAND_PACKAGE_SHLIBDEPS ON)
+if(MORVEX_PACKED_RELOCATIONS)
+    # The loader's part in it is no symbol of a library, which is all that shlibdeps looks at.
+    set(CPACK_DEBIAN_COMMAND_PACKAGE_DEPENDS "libc6 (>= 2.36)")
+endif()
 set(CPACK_DEBIAN_COMMAND_PACKAGE_RECOMMENDS "libicu${icu_major}")
 set(CPACK_DEBIAN_COMMAND_DESCRIPTION "local mail submission command of the Morvex mail server
 postdock takes one message on its standard input and leaves it in the on-disk
