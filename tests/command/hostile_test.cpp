@@ -11,7 +11,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <climits>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 
 namespace {
@@ -360,7 +362,7 @@ void passBytes(std::size_t count, char byte, const std::string& unit, bool asHea
     desk.inputFd = feeder.fd;
     const Outcome run = runBounded(desk, {"r@x.org"}, streamKiB);
     const auto stored = asHeader ? 0 : static_cast<long long>(count * unit.size());
-    if (stored > 0x80080000LL) { // 2 GiB, and what the write that crosses them holds
+    if (stored > INT_MAX) {
         EXPECT_EQ(run.exitCode, 74);
         EXPECT_TRUE(desk.mailFiles().empty());
         return;
@@ -381,17 +383,19 @@ void passAllBytes(std::size_t count) {
     passBytes(count, 'x', "x", false);
     passBytes(count, 'x', "x", true);
     passBytes(count, '\r', "\r", false);
-    passBytes(count, '\n', "\r\n", false);
-    passBytes(count, '\0', "\r\n", false);
+    // Each becomes two.
+    passBytes(count / 2, '\n', "\r\n", false);
+    passBytes(count / 2, '\0', "\r\n", false);
 }
 
+// Gigabytes in the long form, and then also more than a mail can hold.
 TEST(Hostile, PassesALineOfOneByteInLittleMemory) {
-    passAllBytes(std::size_t{16} << 20);
-}
-
-TEST(Hostile, DISABLED_PassesALineOfAGigabyteInLittleMemory) {
-    passAllBytes(std::size_t{1} << 30);
-    passBytes((std::size_t{1} << 31) + (1 << 20), 'x', "x", false); // more than a mail can hold
+    const char* const form = std::getenv("MORVEX_FAULTS");
+    const bool isLong = form != nullptr && std::string_view(form) == "long";
+    passAllBytes(std::size_t{1} << (isLong ? 30 : 24));
+    if (isLong) {
+        passBytes((std::size_t{1} << 31) + (1 << 20), 'x', "x", false);
+    }
 }
 
 } // namespace
