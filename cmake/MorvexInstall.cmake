@@ -7,7 +7,7 @@
 
 include(CMakePackageConfigHelpers)
 
-# From where a program is started, as its manual page's section says; never setuid or setgid.
+# A command for every user, with the rights of its caller: never setuid or setgid.
 install(TARGETS postdock RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT command)
 
 set(MORVEX_INCLUDE_DIR ${CMAKE_INSTALL_INCLUDEDIR}/morvex)
@@ -18,8 +18,9 @@ set(MORVEX_PKGCONFIG_DIR ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 file(RELATIVE_PATH MORVEX_PC_PREFIX /${MORVEX_PKGCONFIG_DIR} /)
 string(REGEX REPLACE "/$" "" MORVEX_PC_PREFIX "${MORVEX_PC_PREFIX}")
 
-# morvex_install_library(NAME DESCRIPTION text [REQUIRES lib] [REQUIRES_PRIVATE package] [LIBS flag...]
-# HEADERS file...): the library morvex_NAME as Morvex::NAME and as pkg-config's morvex-NAME.
+# morvex_install_library(NAME DESCRIPTION text [REQUIRES lib] [REQUIRES_PRIVATE package]
+# [LIBS flag...] HEADERS file...): the library morvex_NAME as Morvex::NAME and as pkg-config's
+# morvex-NAME.
 function(morvex_install_library name)
     cmake_parse_arguments(ARG "" "DESCRIPTION;REQUIRES;REQUIRES_PRIVATE" "HEADERS;LIBS" ${ARGN})
     set_target_properties(morvex_${name} PROPERTIES EXPORT_NAME ${name})
@@ -187,4 +188,5 @@ install(FILES
         ${PROJECT_BINARY_DIR}/package/MorvexConfigVersion.cmake
     DESTINATION ${MORVEX_PACKAGE_DIR} COMPONENT development)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples
-    DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/libmorvex-dev COMPONENT development)
+    DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/libmorvex-dev
+    COMPONENT development PATTERN build EXCLUDE)
