@@ -8,7 +8,7 @@
 // MORVEX_TEST_SIGNAL=CALL:PATH:N[:SIGNAL]: as above, but the process first gets that signal, SIGINT
 // by default.
 // MORVEX_TEST_MEMORY=N: from the N-th allocation of the command on (from 1) none is served any
-// more, and the waits for memory are over at once; with 0 all are served.
+// more, and the waits for memory are over at once; with 0 all are served. Not with a sanitizer.
 // MORVEX_TEST_PEAK=FILE: at the end the most resident memory, in KiB, is written to FILE. What
 // wait4 tells counts the test's own memory too, of which the command is a fork.
 
@@ -33,6 +33,12 @@ namespace {
 
 using LookUp = void* (*)(void*, const char*);
 
+#ifdef WITH_SANITIZER
+// A sanitizer looks up what it stands in for, and what comes next must be next to its own library.
+LookUp realLookUp() {
+    return ::dlsym;
+}
+#else
 // The C library's dlsym: the name is this library's own.
 LookUp realLookUp() {
     static LookUp found = nullptr;
@@ -43,6 +49,7 @@ LookUp realLookUp() {
     }
     return found;
 }
+#endif
 
 template <class Function> Function next(const char* name) {
     return reinterpret_cast<Function>(realLookUp()(RTLD_NEXT, name));
@@ -141,6 +148,7 @@ bool fails(const char* call, int fd) {
     return fails(call, path);
 }
 
+#ifndef WITH_SANITIZER
 // The allocations of the command, which finds the C library's allocator by dlsym.
 long allocations = 0;
 void* (*servedMalloc)(size_t) = nullptr;
@@ -158,11 +166,13 @@ void* limitedMalloc(size_t size) {
 void* limitedRealloc(void* block, size_t size) {
     return isServed() ? servedRealloc(block, size) : nullptr;
 }
+#endif
 
 } // namespace
 
 extern "C" {
 
+#ifndef WITH_SANITIZER
 void* dlsym(void* library, const char* name) noexcept {
     void* const found = realLookUp()(library, name);
     if (std::getenv("MORVEX_TEST_MEMORY") == nullptr || library == RTLD_NEXT) {
@@ -178,6 +188,7 @@ void* dlsym(void* library, const char* name) noexcept {
     }
     return found;
 }
+#endif
 
 int pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex, const timespec* end) {
     if (std::getenv("MORVEX_TEST_MEMORY") != nullptr) {
