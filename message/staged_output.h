@@ -60,9 +60,10 @@ public:
         return write(buffer, size);
     }
 
-private:
-    static constexpr int SIZE = 65536;
+    // Large enough that a system call costs little beside its bytes, small enough for a stack.
+    static constexpr int SIZE = 131072;
 
+private:
     bool write(const char* data, int size) {
         failed = failed || (size > 0 && output.writeAll(data, size) != size);
         return !failed;

@@ -106,7 +106,7 @@ TEST(BufferedReader, ABaseThatAlwaysHasMoreIsReadInLargeBlocks) {
     EXPECT_EQ(count, 1000000);
     EXPECT_TRUE(sink.text == data);
     EXPECT_EQ(source.largestRead, BufferedReaderImpl::ReadAheadSize);
-    EXPECT_LT(source.reads, 22);
+    EXPECT_LT(source.reads, 12);
 
     Source brief("a short message");
     BufferedReaderImpl modest(&brief, 262144);
