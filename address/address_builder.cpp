@@ -74,6 +74,10 @@ void AddressBuilder::deliverGroup(Address* group) {
     owner->addresses->append(group);
 }
 
+void AddressBuilder::deliverNew(const char* addrSpec) {
+    owner->addresses->append(new Single(new Mailbox2(nullptr, addrSpec)));
+}
+
 void AddressBuilder::clean() {
     pool->reset();
     pendingMailboxes->clear();

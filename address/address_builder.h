@@ -39,6 +39,9 @@ public:
     void deliverMailbox(Mailbox2* mailbox);
     void deliverGroup(Address* group);
 
+    // Appends a new mailbox without a display name to the list, as a Single.
+    void deliverNew(const char* addrSpec);
+
     // Ends a parse: takes back all texts and destroys what is pending.
     void clean();
 

@@ -28,8 +28,14 @@ public:
         return true;
     }
 
-    // Of the text. Requires: a text is taken.
-    int length() const { return inputLength; }
+    // Of what has not been handed over. Requires: a text is taken.
+    int length() const { return inputLength - inputPosition; }
+
+    // What has not been handed over, with its terminator. Requires: a text is taken.
+    const char* rest() const { return input + inputPosition; }
+
+    // Passes by what stands before `place`. Requires: a place of the rest.
+    void skipTo(const char* place) { inputPosition = static_cast<int>(place - input); }
 
     // Copies up to maxSize of the next bytes to the buffer and returns how many; 0 at the end.
     int read(char* buffer, int maxSize) {

@@ -46,6 +46,9 @@ FUZZ_TARGET(postdock_address) {
         return;
     }
     const Entries entries = entriesOf(list);
+    const std::string behindComment = std::string("()") + text.get();
+    FUZZ_CHECK(list.parsePostdock(behindComment.c_str(), 0, Domain, true) == count);
+    FUZZ_CHECK(entriesOf(list) == entries);
     FUZZ_CHECK(bare < 0 || (bare == count && bareEntries == entries));
     checkPieces(list);
 

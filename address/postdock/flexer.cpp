@@ -5,6 +5,48 @@
 #include "address/address.h"
 #include "address/text_copy.h"
 
+namespace {
+
+// Each byte that an atom may have (RFC 2822, 3.2.4).
+struct AtomText {
+    bool has[256] = {};
+
+    constexpr AtomText() {
+        constexpr char bytes[] = "!#$%&'*+-/0123456789=?ABCDEFGHIJKLMNOPQRSTUVWXYZ"
+                                 "^_`abcdefghijklmnopqrstuvwxyz{|}~";
+        for (const char* at = bytes; *at != '\0'; ++at) {
+            has[static_cast<unsigned char>(*at)] = true;
+        }
+    }
+};
+
+bool isAtomText(char c) {
+    static constexpr AtomText atomText;
+    return atomText.has[static_cast<unsigned char>(c)];
+}
+
+// Behind the longest dot-atom at `at`; `at` itself where there is none.
+const char* dotAtomEnd(const char* at) {
+    const char* end = at;
+    while (isAtomText(*at)) {
+        do {
+            ++at;
+        } while (isAtomText(*at));
+        end = at;
+        at += *at == '.' ? 1 : 0;
+    }
+    return end;
+}
+
+const char* skipBlanks(const char* at) {
+    while (*at == ' ' || *at == '\t') {
+        ++at;
+    }
+    return at;
+}
+
+} // namespace
+
 AddrPostdockFlexer::AddrPostdockFlexer(AddressList* list)
     : commentDepth(0), defaultDomain(nullptr), maxAddresses(0), count(0), allowNullPath(false),
       builder(list) {
@@ -22,10 +64,43 @@ int AddrPostdockFlexer::parse(const char* list, int limit, const char* domain, b
     maxAddresses = limit;
     allowNullPath = nullPath;
     count = 0;
-    start(text.length());
-    const int result = addrPostdockparse(this);
+    bool good = deliverPlain();
+    if (!good) {
+        start(text.length());
+        good = addrPostdockparse(this) == 0;
+    }
     clean();
-    return result == 0 ? count : -1;
+    return good ? count : -1;
+}
+
+bool AddrPostdockFlexer::deliverPlain() {
+    std::string addrSpec;
+    for (const char* element = skipBlanks(text.rest()); !isLimitReached();) {
+        const char* const localEnd = dotAtomEnd(element);
+        const bool bare = *localEnd != '@';
+        const char* const end = bare ? localEnd : dotAtomEnd(localEnd + 1);
+        if (localEnd == element || (bare ? defaultDomain == nullptr : end == localEnd + 1)) {
+            return false;
+        }
+        const char* const behind = skipBlanks(end);
+        const char* const next = *behind == ',' ? skipBlanks(behind + 1) : behind;
+        // What is left must be a list by itself, if it is not the end.
+        if (next == behind ? *behind != '\0' : !isAtomText(*next)) {
+            return false;
+        }
+        addrSpec.assign(element, end);
+        if (bare) {
+            addrSpec.append("@").append(defaultDomain);
+        }
+        builder.deliverNew(addrSpec.c_str());
+        ++count;
+        if (*next == '\0') {
+            return true;
+        }
+        text.skipTo(next);
+        element = next;
+    }
+    return true;
 }
 
 int AddrPostdockFlexer::LexerInput(char* buffer, int maxSize) {

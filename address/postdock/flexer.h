@@ -47,6 +47,11 @@ public:
     bool commitGroup(Address* group);
 
 private:
+    // Delivers the plain elements at the head of the text, without scanner and grammar: a dot-atom,
+    // or two with "@" between them. True when that ends the parse with success; otherwise the text
+    // goes on at the first element that the grammar has to look at.
+    bool deliverPlain();
+
     bool isLimitReached() const { return maxAddresses != 0 && count >= maxAddresses; }
 
     int commentDepth; // of the scanner
