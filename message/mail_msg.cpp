@@ -264,10 +264,3 @@ bool MailMsg::isNotBase64() {
 void MailMsg::disableOutputFolding() {
     outputFoldingDisabled = true;
 }
-
-int MailMsg::writeAll(Stream& output, bool normalize) {
-    if (writeHeaders(output) != 0) {
-        return -1;
-    }
-    return writeBody(output, normalize) != 0 ? -1 : 0;
-}

@@ -16,6 +16,7 @@
 
 #include <list>
 
+class StagedOutput;
 class Stream;
 
 // Names of fields compare without regard to case. An index counts the fields of a name from 0 on;
@@ -125,7 +126,8 @@ private:
     Fields::iterator findField(const char* name, int index);
     template <class Matches> void deleteIf(Matches matches);
     int addFieldOf(const char* token, int size);
-    int passNormalized(Stream& output);
+    bool passHeaders(StagedOutput& out);
+    bool passBody(StagedOutput& out);
 
     bool dotEndsInput;
     FoldedLineTokenizer tokenizer;

@@ -152,7 +152,7 @@ constexpr int PIECE_LENGTH = 10240;
 // whose meaning the next block decides are left to be seen again together with it.
 class BodyWriter {
 public:
-    BodyWriter(Stream& target, bool dotEnds) : out(target), dotEndsInput(dotEnds) {}
+    BodyWriter(StagedOutput& target, bool dotEnds) : out(target), dotEndsInput(dotEnds) {}
 
     // How much of a block was written or, with a lone dot, passed by; -1 if the output failed.
     int takeBlock(const char* data, int size) {
@@ -203,7 +203,6 @@ public:
         return dotMet || out.append(data, size);
     }
 
-    bool finish() { return out.flush(); }
     bool endedByDot() const { return dotMet; }
 
 private:
@@ -238,25 +237,21 @@ private:
         return size - (isLoneDot(data, place, textEnd) ? textEnd - 1 : textEnd);
     }
 
-    StagedOutput out;
+    StagedOutput& out;
     bool dotEndsInput;
     bool dotMet = false;
     int pieceStart = 0; // bytes of the present line's last piece that lie in earlier blocks
 };
 
+bool finish(StagedOutput& out, const Stream& output) {
+    return out.flush() && output.getOutputState() == Stream::StateGood;
+}
+
 } // namespace
 
 int MailMsg::writeHeaders(Stream& output) {
     StagedOutput out(output);
-    for (const HeaderField* field : fields) {
-        if (!writeField(out, *field, !outputFoldingDisabled)) {
-            return -1;
-        }
-    }
-    if (blankLineAfterHeaders && !out.appendLineEnd()) {
-        return -1;
-    }
-    return out.flush() && output.getOutputState() == Stream::StateGood ? 0 : -1;
+    return passHeaders(out) && finish(out, output) ? 0 : -1;
 }
 
 int MailMsg::writeBody(Stream& output, bool normalize) {
@@ -264,16 +259,32 @@ int MailMsg::writeBody(Stream& output, bool normalize) {
         long long count = 0;
         return tokenizer.copy(output, count);
     }
-    if (!inputEnded && passNormalized(output) != 0) {
-        return -1;
+    StagedOutput out(output);
+    return passBody(out) && finish(out, output) ? 0 : -1;
+}
+
+// Headers and body through one buffer: the output then gets whole blocks from its very beginning.
+int MailMsg::writeAll(Stream& output, bool normalize) {
+    if (!normalize && !dotEndsInput) {
+        return writeHeaders(output) == 0 ? writeBody(output, normalize) : -1;
     }
-    return output.getOutputState() == Stream::StateGood ? 0 : -1;
+    StagedOutput out(output);
+    return passHeaders(out) && passBody(out) && finish(out, output) ? 0 : -1;
+}
+
+bool MailMsg::passHeaders(StagedOutput& out) {
+    for (const HeaderField* field : fields) {
+        if (!writeField(out, *field, !outputFoldingDisabled)) {
+            return false;
+        }
+    }
+    return !blankLineAfterHeaders || out.appendLineEnd();
 }
 
 // Works in the reader's own buffer, block by block; each block is consumed as soon as it is
 // written, so that an input with more behind its lone dot stands right there.
-int MailMsg::passNormalized(Stream& output) {
-    BodyWriter body(output, dotEndsInput);
+bool MailMsg::passBody(StagedOutput& out) {
+    BodyWriter body(out, dotEndsInput);
     int held = 0; // bytes at hand that the last block left undecided
     while (!inputEnded) {
         int size = tokenizer.canRead();
@@ -282,7 +293,7 @@ int MailMsg::passNormalized(Stream& output) {
         }
         const char* data = static_cast<const char*>(tokenizer.peek(size));
         if (data == nullptr) {
-            return -1;
+            return false;
         }
         int used = size;
         if (size > held) {
@@ -293,13 +304,13 @@ int MailMsg::passNormalized(Stream& output) {
             used = body.takeEnd(data, size) ? size : -1;
         }
         if (used < 0) {
-            return -1;
+            return false;
         }
         held = size - used;
         int consumed = used;
         if (used > 0 && (tokenizer.read(consumed) == nullptr || consumed != used)) {
-            return -1;
+            return false;
         }
     }
-    return body.finish() ? 0 : -1;
+    return true;
 }

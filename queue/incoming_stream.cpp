@@ -19,6 +19,9 @@ namespace {
 
 constexpr int writerBytes = 4096;
 constexpr int hookBlockBytes = 4096;
+
+// The disk starts on a large message while more of it comes in, each time that this much is there.
+constexpr int writeBackBytes = 1048576;
 constexpr unsigned crcXor = 0xFFFFFFFF;
 constexpr std::int32_t noSizeLimit = 0x7FFFFFFF;
 
@@ -133,6 +136,11 @@ int IncomingStream::store(const void* data, int size) {
         nonASCII || !Utils::isASCII(static_cast<const char*>(data), static_cast<unsigned>(size));
     if (!writeOut(static_cast<const char*>(data), size)) {
         return -1;
+    }
+    waitingForDisk += size;
+    if (waitingForDisk >= writeBackBytes) {
+        file.startWriteBack();
+        waitingForDisk = 0;
     }
     if (computeCRC) {
         crc = CRC32(static_cast<const unsigned char*>(data), size, crc, crcXor);

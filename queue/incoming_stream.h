@@ -121,7 +121,8 @@ public:
     bool computeCRC = false;            // keep `crc`
 
 private:
-    bool overflowed = false; // see isOverflowed
+    bool overflowed = false;         // see isOverflowed
+    std::int32_t waitingForDisk = 0; // bytes stored since the disk was last set to work
 
     int store(const void* data, int size);
     bool writeOut(const char* data, int size);

@@ -67,7 +67,7 @@ public:
     static constexpr int BlockSize = 4096;
 
     // As far as the buffer grows only to read in larger blocks.
-    static constexpr int ReadAheadSize = 262144;
+    static constexpr int ReadAheadSize = 65536;
 
     // Holds a reference to stream, which may be null. Allocates at most BlockSize bytes; the buffer
     // grows on demand up to maxSize bytes. Requires: maxSize is above 0.
@@ -131,6 +131,7 @@ public:
 private:
     int unread() const { return static_cast<int>(fillPointer - readPointer); }
     void reallocate(int size);
+    void moveDown(const char* from);
     int fill(int room);
     void growFor(int wanted);
 

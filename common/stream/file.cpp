@@ -4,6 +4,7 @@
 #include "common/stream/descriptor.h"
 #include "common/thread/thread.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -137,6 +138,12 @@ int File::flush() {
 
 int File::forcedFlush() {
     return sync();
+}
+
+void File::startWriteBack() const {
+    const int error = errno;
+    sync_file_range(descriptor, 0, 0, SYNC_FILE_RANGE_WRITE);
+    errno = error;
 }
 
 long long File::lseek(long long offset, Seek origin) {

@@ -68,6 +68,11 @@ public:
     // fsync. EINVAL and -1 when not open.
     int forcedFlush();
 
+    // Has the system begin to bring to the disk what was written so far, and does not wait for it:
+    // a forcedFlush that follows finds less left to do. Promises nothing and reports nothing; what
+    // went wrong on the way is for forcedFlush to tell.
+    void startWriteBack() const;
+
     // Clears both states.
     long long lseek(long long offset, Seek origin) override;
 

@@ -208,7 +208,7 @@ TEST(Failure, FailingCallsLeaveNoMail) {
     for (const Row& row : rows) {
         SCOPED_TRACE(row.fault);
         Desk desk;
-        desk.input = "From: a@x.org\n\n" + std::string(5000, 'x') + "\n";
+        desk.input = "From: a@x.org\n\n" + std::string(200000, 'x') + "\n";
         desk.environment = {{"MORVEX_TEST_FAULT", row.fault}};
         const Outcome run = desk.run({"r@x.org"});
         EXPECT_EQ(run.exitCode, row.exitCode);

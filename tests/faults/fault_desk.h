@@ -19,10 +19,11 @@ bool longForm();
 std::size_t stride(std::size_t quick);
 
 // A desk whose queue stands elsewhere than the built-in default, so that a run that goes on without
-// its configuration is seen. Its message has one recipient, r@x.org, in its header.
+// its configuration is seen. Its message has one recipient, r@x.org, in its header, and a body of
+// bodySize bytes in one line.
 class FaultDesk : public Desk {
 public:
-    explicit FaultDesk(int entryCount = 2);
+    explicit FaultDesk(int entryCount = 2, std::size_t bodySize = 9000);
 };
 
 struct StoredMail {

@@ -99,6 +99,7 @@ const std::map<std::uint64_t, std::vector<int>> errorsOfCalls = {
     {SYS_write, {ENOSPC, EIO, EINTR}},
     {SYS_writev, {ENOSPC, EIO, EINTR}},
     {SYS_fsync, {ENOSPC, EIO, EINTR}},
+    {SYS_sync_file_range, {ENOSPC, EIO, ENOMEM}},
     {SYS_close, {ENOSPC, EIO, EINTR}},
     {SYS_fchmod, {EIO, EACCES}},
     {SYS_mkdir, {ENOSPC, EIO, EACCES, ENOMEM}},
@@ -160,6 +161,63 @@ TEST_F(Faults, EveryCallFailsOnce) {
             }
         }
     }
+}
+
+// A mail that takes many blocks, and that the disk begins to take before it is whole.
+TEST_F(Faults, AnyTransferOfALargeMail) {
+    const auto largeDesk = [] { return FaultDesk(2, 1200000); };
+    std::vector<TracedCall> calls;
+    {
+        FaultDesk desk = largeDesk();
+        EXPECT_EQ(trace(desk.child({}),
+                        [&calls](int, const TracedCall& call) {
+                            calls.push_back(call);
+                            return Verdict{};
+                        })
+                      .exitCode,
+                  0);
+    }
+    int hints = 0;
+    std::size_t seen = 0;
+    Tally tally("transfers of a large mail");
+    for (std::size_t point = 0; point < calls.size(); ++point) {
+        const TracedCall& call = calls[point];
+        const bool transfers = (call.number == SYS_read && call.args[0] == STDIN_FILENO) ||
+                               (call.number == SYS_write && call.args[2] > 65536);
+        const bool hint = call.number == SYS_sync_file_range;
+        hints += hint ? 1 : 0;
+        if (!hint && !(transfers && seen++ % stride(4) == 0)) {
+            continue;
+        }
+        std::vector<Verdict> verdicts = {{Verdict::Kill, 0}, {Verdict::Signal, SIGINT}};
+        for (const int error : errorsToTry(call.number)) {
+            verdicts.push_back({Verdict::Fail, error});
+        }
+        if (transfers) {
+            verdicts.push_back({Verdict::Shorten, 4095});
+        }
+        for (const Verdict& verdict : verdicts) {
+            const bool goOn = tally.check(
+                "call " + std::to_string(call.number) + " at " + std::to_string(point), [&] {
+                    FaultDesk desk = largeDesk();
+                    const TracedRun run = trace(desk.child({}), at(point, verdict));
+                    EXPECT_TRUE(run.reached);
+                    if (verdict.kind == Verdict::Kill) {
+                        expectAsAfterAKill(desk);
+                    } else if (verdict.kind == Verdict::Signal) {
+                        EXPECT_EQ(run.exitCode, 0);
+                        EXPECT_EQ(countFiles(desk), 0U);
+                    } else {
+                        expectWholeOrNothing(desk, desk.collect(run.exitCode), true);
+                        EXPECT_TRUE(!hint || run.exitCode == 0) << run.exitCode;
+                    }
+                });
+            if (!goOn) {
+                return;
+            }
+        }
+    }
+    EXPECT_EQ(hints, 1);
 }
 
 bool writesBeyondStandard(const TracedCall& call) {

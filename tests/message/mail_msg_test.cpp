@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -52,6 +53,7 @@ public:
         const std::size_t count = std::min(limit - text.size(), static_cast<std::size_t>(size));
         text.append(static_cast<const char*>(buffer), count);
         ++writes;
+        pieces.insert(size);
         return static_cast<int>(count);
     }
     State getInputState() const override { return StateError; }
@@ -60,6 +62,7 @@ public:
     std::string text;
     State state = StateGood;
     int writes = 0;
+    std::set<int> pieces; // their sizes
 
 private:
     std::size_t limit;
@@ -385,7 +388,9 @@ TEST(MailMsg, GathersLinesForTheOutput) {
     TextOutput out;
     ASSERT_EQ(message.writeAll(out, true), 0);
     EXPECT_EQ(out.text.size(), text.size() + 20000 + 2);
-    EXPECT_LT(out.writes, 200);
+    EXPECT_EQ(out.writes, static_cast<int>(out.text.size() / StagedOutput::SIZE + 1));
+    EXPECT_EQ(out.pieces, std::set<int>({StagedOutput::SIZE,
+                                         static_cast<int>(out.text.size() % StagedOutput::SIZE)}));
 }
 
 TEST(MailMsg, KeepsEmptyLinesWholeWhereTheGatheredTextIsFull) {

@@ -6,6 +6,7 @@
 #include "common/stream/stream.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <functional>
 #include <string>
@@ -22,6 +23,7 @@ public:
     int read(void* buffer, int size) override {
         ++reads;
         largestRead = std::max(largestRead, size);
+        lastPlace = reinterpret_cast<std::uintptr_t>(buffer);
         const int most = piece ? piece() : size;
         if (most <= 0) {
             state = most == 0 ? StateTimedOut : StateError;
@@ -50,6 +52,7 @@ public:
     State state = StateGood;
     int reads = 0;
     int largestRead = 0;
+    std::uintptr_t lastPlace = 0; // where the last read went
 };
 
 // Takes at most piece() bytes a write; less than 1 is what the write gives.
