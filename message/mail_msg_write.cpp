@@ -21,7 +21,7 @@ namespace {
 constexpr int FOLD_WIDTH = 78;
 
 // Lines below this are put together on the stack.
-constexpr int LINE_BUFFER_SIZE = 16384;
+constexpr int LINE_BUFFER_SIZE = 1024;
 
 bool isBlank(char c) {
     return c == ' ' || c == '\t';

@@ -7,13 +7,16 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
-#include <memory>
+#include <charconv>
+#include <cstring>
 
 namespace {
 
 constexpr std::string_view blanks = " \t\r\v\f";
 constexpr std::string_view nameEnds = ": \t\r\v\f";
+
+// The C library skips blanks and comments in front of names, and ends a name at a NUL.
+constexpr std::string_view unusualInNames("# \t\r\v\f\0", 7);
 
 // An action in brackets behind "files" can have others asked although there was an answer.
 bool beginsWithFiles(std::string_view sources) {
@@ -39,34 +42,67 @@ bool passwdFileIsFirst() {
            asksPasswdFileFirst({text, static_cast<std::size_t>(size)});
 }
 
-// Empty where the file has no entry for the uid, or cannot be read up to it.
-std::string nameInPasswdFile(uid_t uid) {
-    char block[4096]; // the stream's own, until it is closed
-    char line[1024];
-    const std::unique_ptr<FILE, int (*)(FILE*)> file(std::fopen("/etc/passwd", "re"), std::fclose);
-    passwd entry;
-    passwd* found = nullptr;
-    if (file == nullptr || std::setvbuf(file.get(), block, _IOFBF, sizeof block) != 0) {
-        return {};
-    }
-    while (::fgetpwent_r(file.get(), &entry, line, sizeof line, &found) == 0) {
-        // Names with these signs stand for entries from elsewhere.
-        if (entry.pw_uid == uid && entry.pw_name[0] != '+' && entry.pw_name[0] != '-') {
-            return entry.pw_name;
+bool readNumber(std::string_view text, unsigned& number) {
+    const char* const end = text.data() + text.size();
+    const auto result = std::from_chars(text.data(), end, number);
+    return result.ec == std::errc() && result.ptr == end;
+}
+
+// The name and the uid of a line of passwd(5); false unless it is beyond doubt that it has them.
+bool readPasswdLine(std::string_view line, std::string_view& name, uid_t& uid) {
+    constexpr std::string_view otherSources = "+-";
+    std::string_view fields[4];
+    for (std::string_view& field : fields) {
+        const std::size_t end = line.find(':');
+        if (end == line.npos) {
+            return false;
         }
+        field = line.substr(0, end);
+        line.remove_prefix(end + 1);
     }
-    return {};
+    name = fields[0];
+    unsigned gid = 0;
+    return !name.empty() && otherSources.find(name[0]) == name.npos &&
+           name.find_first_of(unusualInNames) == name.npos && readNumber(fields[2], uid) &&
+           readNumber(fields[3], gid) && std::count(line.begin(), line.end(), ':') == 2;
 }
 
 } // namespace
 
 std::string callerName(uid_t uid) {
-    std::string name = passwdFileIsFirst() ? nameInPasswdFile(uid) : std::string();
+    std::string name = passwdFileIsFirst() ? nameInPasswdFile("/etc/passwd", uid) : std::string();
     if (name.empty()) {
         const passwd* const entry = ::getpwuid(uid);
         name = entry != nullptr ? entry->pw_name : std::to_string(uid);
     }
     return name;
+}
+
+std::string nameInPasswdFile(const char* path, uid_t wanted) {
+    int fd = openFd(path, O_RDONLY);
+    char block[4096];
+    std::string_view unread(block, 0); // at the start of the block: what is there of the next line
+    std::string_view name;
+    bool found = false;
+    for (bool usual = fd != -1; usual && !found;) {
+        const std::size_t end = unread.find('\n');
+        if (end == unread.npos) {
+            std::memmove(block, unread.data(), unread.size());
+            const int size =
+                readFd(fd, block + unread.size(), static_cast<int>(sizeof block - unread.size()));
+            usual = size > 0;
+            unread = {block, unread.size() + static_cast<std::size_t>(std::max(size, 0))};
+            continue;
+        }
+        uid_t uid = 0;
+        usual = readPasswdLine(unread.substr(0, end), name, uid);
+        found = usual && uid == wanted;
+        unread.remove_prefix(end + 1);
+    }
+    if (fd != -1) {
+        safeCloseFd(fd);
+    }
+    return found ? std::string(name) : std::string();
 }
 
 bool asksPasswdFileFirst(std::string_view configuration) {

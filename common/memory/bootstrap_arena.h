@@ -43,8 +43,8 @@ public:
     std::uint32_t getUsed() const noexcept { return mvxAllocSize.load(std::memory_order_relaxed); }
 
 private:
+    std::atomic<std::uint32_t> mvxAllocSize{0}; // in front: in the page of the first blocks
     alignas(16) unsigned char mvxAllocBuffer[Capacity]{};
-    std::atomic<std::uint32_t> mvxAllocSize{0};
 };
 
 #endif

@@ -24,9 +24,9 @@ constinit CriticalSection* mvxAllocCS = nullptr;
 constinit std::atomic<bool> mvxAllocLocked{false};
 constinit std::atomic<pthread_t> mvxAllocThreadId{noThread};
 
-constinit BootstrapArena<arenaSize> mvxAllocArena;
+alignas(4096) constinit BootstrapArena<arenaSize> mvxAllocArena;
 
-constinit void* reservedFreeBuffers[maxReservedBuffers] = {};
+alignas(4096) constinit void* reservedFreeBuffers[maxReservedBuffers] = {};
 constinit std::atomic<std::int32_t> reservedBuffersCount{0};
 constinit std::atomic<std::int32_t> requestedFreeBuffers{0};
 

@@ -24,9 +24,9 @@ constexpr int maxPadding = 4096;
 // on GNU systems is a text for the linker: asking for that first would search the disk in vain.
 constexpr const char* cLibraryNames[] = {"libc.so.6", "libc.so"};
 
-unsigned char padBefore[maxPadding];
-unsigned char padAfter[maxPadding];
-unsigned char padFreed[maxPadding];
+alignas(4096) unsigned char padBefore[maxPadding];
+alignas(4096) unsigned char padAfter[maxPadding];
+alignas(4096) unsigned char padFreed[maxPadding];
 
 // Only a tracing allocator reads the pads, and only where it was asked to pad or to check: the
 // pages are not touched otherwise.

@@ -15,7 +15,7 @@
 namespace {
 
 // One bit a descriptor. Only the pages of descriptors in use are ever touched.
-unsigned char fdStatus[MaxRecordedFd / 8];
+alignas(4096) unsigned char fdStatus[MaxRecordedFd / 8];
 
 bool recorded(int fd) {
     return fd < MaxRecordedFd;
