@@ -137,10 +137,11 @@ int IncomingStream::store(const void* data, int size) {
     if (!writeOut(static_cast<const char*>(data), size)) {
         return -1;
     }
-    waitingForDisk += size;
-    if (waitingForDisk >= writeBackBytes) {
+    if (size >= writeBackBytes - waitingForDisk) {
         file.startWriteBack();
         waitingForDisk = 0;
+    } else {
+        waitingForDisk += size;
     }
     if (computeCRC) {
         crc = CRC32(static_cast<const unsigned char*>(data), size, crc, crcXor);
