@@ -37,21 +37,44 @@ protected:
     ~AKey() = default; // keys are destroyed as what they are
 };
 
-// A listener. A result of -1 vetoes what is told about, 0 agrees. While a listener is called its
-// `enabled` flag is off, so that changes it makes itself do not come back to it; the flag is no
-// lock. A listener must leave the set or child alone that it is being told about: the change is
-// still under way.
+// A listener. A result of -1 vetoes what is told about, 0 agrees; where a veto counts, the
+// operation that calls says so. While a listener is called its `enabled` flag is off, so that
+// changes it makes itself do not come back to it; the flag is no lock. A listener must leave the
+// set or child alone that it is being told about: the change is still under way. The changes are
+// made before they are told about, unless told otherwise. Everything that is passed is good during
+// the call only.
+//
+// Here every operation agrees and does nothing.
 class ObjectCallback {
 public:
+    // Whether the listener is to be called; the second form is asked before a member is added to
+    // the set of that attribute.
     virtual bool isEnabled() const { return enabled; }
     virtual bool isEnabled(unsigned attribute) const;
+
+    // The listener was put on `object`. The result does not count.
     virtual int onCallerAttach(Object* object);
+
+    // The marked attributes of the object have changed. `old` is a clone of the object before the
+    // change, or null where the object is only announced (Object::update(bool)).
     virtual int onObjectUpdate(const ObjectMarker& marker, Object* old);
+
+    // The end of an Object::persistentUpdate that changed something: the marks tell what, the parts
+    // with a life of their own included.
     virtual int onObjectUpdateEnd(const ObjectMarker& marker, Object* old);
+
+    // A member was added to the set of that attribute, or was taken out of it and is about to be
+    // destroyed.
     virtual int onChildObjectAdd(unsigned attribute, Object* child);
     virtual int onChildObjectRemove(unsigned attribute, Object* child);
+
+    // The child of that attribute, or a member of its set, has changed; `marker` and `old`, which
+    // may be null, are the child's.
     virtual int onChildObjectUpdate(unsigned attribute, Object* child, const ObjectMarker& marker,
                                     Object* old);
+
+    // This listener has vetoed an Object::persistentUpdate, whose changes still stand. `old` is a
+    // clone of the object before it. The result does not count.
     virtual int onObjectRollback(Object* old);
 
     bool enabled = true;

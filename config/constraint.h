@@ -42,14 +42,16 @@ public:
 
     // Whether `value`, in the form of the attribute's value type, may be stored. The time zone
     // constraints correct the text that `value` points to in place, which must then be writable.
+    // Here: never.
     virtual bool isValueCorrect(const Attribute* attribute, const Object* object,
                                 const Value& value) const;
 
+    // Whether `child` may stand in that attribute of `parent`. Here: never.
     virtual bool isObjectCorrect(const Attribute* attribute, const Object* parent,
                                  const Object* child) const;
 
     // Prints the parameter of that name: numbers in decimal, truth values as "true" or "false".
-    // An unknown name leaves the buffer alone.
+    // An unknown name leaves the buffer alone, and so does a constraint without parameters.
     virtual void getParamValue(const char* name, char* buffer, unsigned size) const;
 
     std::uint32_t getId() const { return id; }

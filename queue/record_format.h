@@ -24,32 +24,33 @@ inline constexpr int blockBytes = 96;
 inline constexpr int versionBytes = 32;
 inline constexpr int rcptBytes = 64;
 
-// Fixed block, from the start of the block.
-inline constexpr int stateWord = 0; // low byte: state code; bits 8 to 31: flags
-inline constexpr int lastVersion = 4;
-inline constexpr int retryCount = 8;
-inline constexpr int recvDate = 12;     // 64 bits, seconds since 1970
-inline constexpr int nextSchedule = 20; // 64 bits, seconds since 1970, 0 for none
-inline constexpr int originalRCPTCount = 28;
-inline constexpr int rcptCount = 32;
-inline constexpr int paramHead = 36;
+// Fixed block, from the start of the block. Fields are unsigned and have 32 bits where nothing else
+// is said; a head is a link to the newest string of a chain (queue/mail_item.h tells which).
+inline constexpr int stateWord = 0;          // low byte: state code; bits 8 to 31: flags
+inline constexpr int lastVersion = 4;        // the highest data version
+inline constexpr int retryCount = 8;         // of deliveries; the server's
+inline constexpr int recvDate = 12;          // 64 bits signed, seconds since 1970
+inline constexpr int nextSchedule = 20;      // 64 bits signed, seconds since 1970, 0 for none
+inline constexpr int originalRCPTCount = 28; // when the envelope was closed
+inline constexpr int rcptCount = 32;         // now
+inline constexpr int paramHead = 36;         // see MailItem::setParam
 inline constexpr int filterInfoHead = 64;
-inline constexpr int delayDelivery = 68; // 64 bits, seconds since 1970, 0 for none
+inline constexpr int delayDelivery = 68; // not before: as nextSchedule
 
 // Version record, from its start.
-inline constexpr int parentVersion = 0;
-inline constexpr int headerSize = 4; // signed, -1 while it is not known
+inline constexpr int parentVersion = 0; // that it was derived from
+inline constexpr int headerSize = 4;    // bytes, signed, -1 while it is not known
 inline constexpr int dataFilterInfoHead = 8;
 
 // Recipient record, from its start.
-inline constexpr int rcptStateWord = 0; // low byte: state code; bits 8 to 31: flags
-inline constexpr int rcptDataVersion = 4;
-inline constexpr int rcptDomainId = 8;   // all ones until known
-inline constexpr int rcptAccountId = 12; // all ones until known
-inline constexpr int rcptMbox = 16;      // signed: a folder id or a string index
-inline constexpr int rcptMboxHead = 20;
-inline constexpr int rcptFailInfo = 24;
-inline constexpr int rcptMessageFlags = 32;
+inline constexpr int rcptStateWord = 0;     // low byte: state code; bits 8 to 31: flags
+inline constexpr int rcptDataVersion = 4;   // that goes to this recipient
+inline constexpr int rcptDomainId = 8;      // all ones until known
+inline constexpr int rcptAccountId = 12;    // all ones until known
+inline constexpr int rcptMbox = 16;         // signed: a folder id or a string index
+inline constexpr int rcptMboxHead = 20;     // further folders
+inline constexpr int rcptFailInfo = 24;     // a string: why delivery failed
+inline constexpr int rcptMessageFlags = 32; // the server's
 inline constexpr int rcptFilterInfoHead = 36;
 inline constexpr int rcptMessageSlotsHead = 40;
 inline constexpr int rcptPropertySlotsHead = 44;

@@ -28,6 +28,8 @@ public:
     void destroyData(void* data) override;
 };
 
+// The record of the current thread: made with its Thread, or by Thread::init for all code outside
+// any Thread. Null before that.
 struct ThreadSpecificKeythsLog;
 extern const ThreadSpecificKey<ThSpecificLogClient, ThreadSpecificKeythsLog> thsLog;
 
