@@ -90,8 +90,8 @@ int createMail() {
 
 // From standard input to the hand-over.
 int submitMessage(const GetArgs& args) {
-    StandardInput input;
     const bool dotEndsInput = args.getVal('i', nullptr, 0) == nullptr;
+    StandardInput input(dotEndsInput);
     MailMsg message(&input, dotEndsInput, headerTokenizerFlags);
     if (message.readHeaders(false) == -1) {
         report("Transaction aborted: the message headers are not RFC2822 compliant.");
