@@ -113,7 +113,7 @@ public:
         job = nextReport();
     }
 
-    // The job has claimed a mail, has read all keys and sleeps until there are more, or is stopped.
+    // The job has claimed a mail, has read all keys and sleeps until there are more.
     bool awaitsKeys(const Desk& desk) const {
         return eventually([this, &desk] {
             int unread = 0;
@@ -202,7 +202,7 @@ private:
     bool catchesInterrupt() const {
         const std::string status = support::readFile("/proc/" + std::to_string(job) + "/status");
         std::smatch caught;
-        return std::regex_search(status, std::regex("\nState:\t[ST]")) &&
+        return std::regex_search(status, std::regex("\nState:\tS")) &&
                std::regex_search(status, caught, std::regex("\nSigCgt:\t([0-9a-f]+)")) &&
                ((std::stoull(caught[1], nullptr, 16) >> (SIGINT - 1)) & 1) != 0;
     }
@@ -413,15 +413,14 @@ void runRow(const Row& row) {
     std::string echo;
     std::string lastEcho;
     for (const std::string& keys : row.keys) {
-        ASSERT_TRUE(terminal.awaitsKeys(desk)) << "before " << ::testing::PrintToString(keys);
+        ASSERT_TRUE(terminal.shows(echo) && terminal.awaitsKeys(desk))
+            << "before " << ::testing::PrintToString(keys);
         terminal.type(keys);
-        lastEcho = echoOf(keys);
         if (keys[0] == interruptKey || keys[0] == quitKey) {
+            lastEcho = echoOf(keys);
             break;
         }
-        echo += lastEcho;
-        lastEcho.clear();
-        ASSERT_TRUE(terminal.shows(echo)) << "after " << ::testing::PrintToString(keys);
+        echo += echoOf(keys);
         if (keys[0] == stopKey) {
             ASSERT_NO_FATAL_FAILURE(stopAndResume(terminal, SIGTSTP));
         }
