@@ -108,6 +108,9 @@ run_flags() {
     queued "adapter with -ni" root@example.org root@example.org ops@example.net \
         <<<$'Date: *\n'"${from/root/root@example.org}${body%$'\n'}"
 
+    whole_message
+    submit "$adapter" -i -t -v
+    whole_stored "adapter with the flags of bsd-mailx -v"
     printf 'To: root\n\n%s' "$body" >text
     submit "$plain" -i
     printf 'Date: *\nFrom: %s\nTo: root\n\n%s' "$own" "$bare" |
