@@ -8,6 +8,7 @@
 class Stream;
 
 // How a pointee of each kind is freed; null is ignored.
+// NOLINTNEXTLINE(readability-non-const-parameter): what is freed is not constant
 inline void aptrFree(char* text) {
     delete[] text;
 }
@@ -50,6 +51,7 @@ public:
     }
 
     T* get() const { return pointer; }
+    // NOLINTNEXTLINE(google-explicit-constructor): a holder stands where its pointer would
     operator T*() const { return pointer; }
     T* operator->() const { return pointer; }
 

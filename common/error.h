@@ -25,7 +25,7 @@ inline constexpr unsigned HE_DIR_NOT_EMPTY = ENOTEMPTY;
 inline constexpr unsigned HE_TIMEOUT = ETIMEDOUT;
 
 // The system's own codes: bit 29 and the row number.
-#define MORVEX_ERROR(n, symbol, message) inline constexpr unsigned symbol = 0x20000000u + n;
+#define MORVEX_ERROR(n, symbol, message) inline constexpr unsigned symbol = 0x20000000u + (n);
 #include "common/error_codes.inc"
 #undef MORVEX_ERROR
 

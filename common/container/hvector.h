@@ -124,7 +124,7 @@ public:
     // `order` is the node order: the number of slots of every node. Throws hexcept(HE_INVAL) for
     // an order below 2.
     explicit HVector(int order, DestroyFunc destroy = nullptr, A arg = A{})
-        : HVectorBase(order, static_cast<int>(sizeof(T))), destroyFunc(destroy), destroyArg(arg) {
+        : HVectorBase(order, static_cast<int>(elementSize)), destroyFunc(destroy), destroyArg(arg) {
         static_assert(std::is_trivially_copyable_v<T>, "elements are moved by bytes");
         static_assert(alignof(T) <= alignof(std::max_align_t));
     }
@@ -240,6 +240,9 @@ public:
     }
 
 private:
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): where elements are pointers, these are stored
+    static constexpr std::size_t elementSize = sizeof(T);
+
     template <class K> struct SearchContext {
         K key;
         int (*compare)(K key, T element);
@@ -264,10 +267,10 @@ private:
 
     static T load(const void* slot) {
         T value{};
-        std::memcpy(static_cast<void*>(&value), slot, sizeof(T));
+        std::memcpy(static_cast<void*>(&value), slot, elementSize);
         return value;
     }
-    static void store(void* slot, const T& value) { std::memcpy(slot, &value, sizeof(T)); }
+    static void store(void* slot, const T& value) { std::memcpy(slot, &value, elementSize); }
 
     DestroyFunc destroyFunc;
     A destroyArg;

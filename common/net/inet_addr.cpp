@@ -22,7 +22,7 @@ namespace {
 union Constant {
     InetAddr value;
     constexpr explicit Constant(unsigned hostOrder) : value(hostOrder) {}
-    constexpr ~Constant() {}
+    constexpr ~Constant() {} // NOLINT(modernize-use-equals-default): that would be deleted
 };
 
 constinit Constant anyAddress(0x00000000);
@@ -97,6 +97,7 @@ InetAddr& InetAddr::operator=(unsigned hostOrder) {
     return *this;
 }
 
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): only the cached text goes
 InetAddr& InetAddr::operator=(const InetAddr& other) {
     dropText();
     address = other.address;

@@ -25,6 +25,7 @@ public:
     // 0.0.0.0; an address in host byte order; one in network byte order; a copy, which never shares
     // the cached text.
     constexpr InetAddr() noexcept : address{0}, text(nullptr) {}
+    // NOLINTNEXTLINE(google-explicit-constructor): a number stands for an address everywhere
     constexpr InetAddr(unsigned hostOrder) noexcept
         : address{toNetworkOrder(hostOrder)}, text(nullptr) {}
     explicit constexpr InetAddr(in_addr networkOrder) noexcept
@@ -141,6 +142,7 @@ public:
     virtual SocketAddr& operator=(const char* value) = 0;
 
     // Requires: other is of the same family.
+    // NOLINTNEXTLINE(misc-unconventional-assign-operator): the value of whatever family
     virtual SocketAddr& operator=(const SocketAddr& other) = 0;
     virtual bool operator==(const SocketAddr& other) const = 0;
     virtual bool operator!=(const SocketAddr& other) const = 0;

@@ -62,6 +62,7 @@ InetSocketAddr& InetSocketAddr::operator=(const SocketAddr& other) {
     return *this = static_cast<const InetSocketAddr&>(other);
 }
 
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): only the cached text goes
 InetSocketAddr& InetSocketAddr::operator=(const InetSocketAddr& other) {
     dropText();
     inetAddr = other.inetAddr;

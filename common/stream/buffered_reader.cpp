@@ -188,7 +188,8 @@ void BufferedReaderImpl::moveDown(const char* from) {
         const auto inFront = static_cast<int>(readPointer - from);
         kept = std::min(static_cast<int>(-end % CACHE_LINE), inFront);
     }
-    std::memmove(start, readPointer - kept, static_cast<std::size_t>(kept + available));
+    const int size = kept + available;
+    std::memmove(start, readPointer - kept, static_cast<std::size_t>(size));
     readPointer = start + kept;
     fillPointer = readPointer + available;
 }
@@ -312,7 +313,10 @@ long long BufferedReaderImpl::lseek(long long offset, Seek origin) {
         Thread::setLastError(HE_INVAL);
         return -1;
     }
-    const long long end = base != nullptr ? base->lseek(0, SeekCurrent) : notAllowed();
+    if (base == nullptr) {
+        return notAllowed();
+    }
+    const long long end = base->lseek(0, SeekCurrent);
     if (end < 0) {
         return -1;
     }

@@ -106,13 +106,13 @@ BufferedWriterImpl::~BufferedWriterImpl() {
 
 // Takes the first count bytes out of the buffer.
 void BufferedWriterImpl::dropFront(int count) {
-    std::memmove(start, start + count, static_cast<std::size_t>(mustWrite() - count));
+    std::memmove(start, start + count, static_cast<std::size_t>(held() - count));
     writePointer -= count;
 }
 
 // One write of the full buffer. Gives what the base took.
 int BufferedWriterImpl::sendBuffer() {
-    const int sent = base != nullptr ? base->write(start, mustWrite()) : notAllowed();
+    const int sent = base != nullptr ? base->write(start, held()) : notAllowed();
     if (sent > 0) {
         dropFront(sent);
     }
@@ -133,7 +133,7 @@ int BufferedWriterImpl::write(const void* data, int dataSize) {
         writePointer += dataSize;
         return dataSize;
     }
-    if (mustWrite() == 0) {
+    if (held() == 0) {
         return base != nullptr ? base->write(data, dataSize) : notAllowed();
     }
     std::memcpy(writePointer, data, static_cast<std::size_t>(free));
@@ -182,7 +182,7 @@ int BufferedWriterImpl::setBufferSize(int newSize) {
         return -1;
     }
     if (newSize != size) {
-        const int waiting = mustWrite();
+        const int waiting = held();
         char* fresh = new char[static_cast<std::size_t>(newSize)];
         std::memcpy(fresh, start, static_cast<std::size_t>(waiting));
         delete[] start;
@@ -207,7 +207,7 @@ int BufferedWriterImpl::canWrite() const {
 }
 
 int BufferedWriterImpl::flush() {
-    const int waiting = mustWrite();
+    const int waiting = held();
     if (waiting == 0) {
         return 0;
     }

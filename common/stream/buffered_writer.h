@@ -78,7 +78,7 @@ public:
     // The rules of BufferedReaderImpl::setBufferSize for the value; a smaller size flushes first.
     int setBufferSize(int newSize) override;
     void* getBuffer(int& bufferSize) const override;
-    int mustWrite() const override { return static_cast<int>(writePointer - start); }
+    int mustWrite() const override { return held(); }
 
     // The room left, or else what the base says.
     int canWrite() const override;
@@ -114,6 +114,7 @@ public:
     int resetComposableStream() override;
 
 private:
+    int held() const { return static_cast<int>(writePointer - start); }
     int room() const { return static_cast<int>(endPointer - writePointer); }
     int sendBuffer();
     void dropFront(int count);

@@ -14,10 +14,10 @@ public:
     void* doCastInternal(CastableId* id) const override;
     CastableId* getOwnCastableId() const override;
 
-    // Both give size, raise their count and the position by it, and the size where the position
-    // goes beyond it. A size of 0 or less gives 0 and changes nothing.
-    int read(void* buffer, int size) override;
-    int write(const void* buffer, int size) override;
+    // Both give amount, raise their count and the position by it, and the size where the position
+    // goes beyond it. An amount of 0 or less gives 0 and changes nothing.
+    int read(void* buffer, int amount) override;
+    int write(const void* buffer, int amount) override;
 
     unsigned getReceivedCount(bool reset) const override;
     unsigned getSentCount(bool reset) const override;
@@ -32,8 +32,8 @@ public:
     // HE_INVALOP, -1: it would have no end.
     int copy(Stream& target, long long& count) override;
 
-    int readAll(void* buffer, int size) override;
-    int writeAll(const void* buffer, int size) override;
+    int readAll(void* buffer, int amount) override;
+    int writeAll(const void* buffer, int amount) override;
 
     State getInputState() const override { return StateGood; }
     State getOutputState() const override { return StateGood; }
