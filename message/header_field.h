@@ -17,7 +17,7 @@ public:
 
     // Copies exactly the lengths given, so the arguments may point into a line buffer.
     // Requires: no length is negative.
-    HeaderField(const char* name, int nameLength, const char* value, int valueLength,
+    HeaderField(const char* name, int nameSize, const char* value, int valueSize,
                 const char* separator, int separatorLength);
 
     // With deep true, a field with a block of its own. With deep false, a field that shows the

@@ -34,7 +34,7 @@ public:
     // Reads a date. Returns 0, or -1 if the text is null or not a date; the date then keeps its
     // old value. Comments are skipped. Values out of range roll over; a wrong day name does not
     // matter; the zone must be there.
-    int parseDate(const char* text);
+    int parseDate(const char* date);
 
     // The Date header's form in the date's own zone: "Thu, 19 Nov 2026 01:44:45 +0100". The result
     // is good until the next write operation; null if the time cannot be broken down.

@@ -295,7 +295,7 @@ bool MailMsg::passBody(StagedOutput& out) {
         if (data == nullptr) {
             return false;
         }
-        int used = size;
+        int used = 0;
         if (size > held) {
             used = body.takeBlock(data, size);
             inputEnded = body.endedByDot();

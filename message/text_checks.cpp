@@ -44,6 +44,7 @@ int continuations(unsigned char lead) {
 
 } // namespace
 
+// NOLINTNEXTLINE(readability-non-const-parameter): as its callers hold it
 bool Utils::isValidUTF8(unsigned char* text) {
     const unsigned char* p = text;
     while (*p != 0) {
