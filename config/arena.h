@@ -29,6 +29,7 @@ public:
 
     // Uninitialised room for `count` elements.
     template <class T> T* makeRoom(std::size_t count) {
+        // NOLINTNEXTLINE(bugprone-sizeof-expression): elements may be pointers
         return static_cast<T*>(allocate(count * sizeof(T)));
     }
 

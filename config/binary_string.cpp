@@ -10,6 +10,7 @@
 
 namespace HConfig {
 
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): set() takes its own bytes too
 BinaryString& BinaryString::operator=(const BinaryString& other) {
     set(other.data, other.size);
     return *this;

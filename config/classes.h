@@ -42,6 +42,8 @@ private:
     const ObjectClass* objectClass;
 };
 
+// NOLINTBEGIN(bugprone-macro-parentheses): names of classes take none
+
 // What every concrete class adds to its base: its row.
 #define MORVEX_CONFIG_CONCRETE_CLASS(uid, rows, Name, Base)                                        \
     class Name : public Base##Type {                                                               \
@@ -67,6 +69,8 @@ private:
         explicit Name(unsigned row) : Base##Type(row) {}                                           \
     };                                                                                             \
     using Name##Type = Name;
+
+// NOLINTEND(bugprone-macro-parentheses)
 
 #define MORVEX_CONFIG_ROW(uid, rows, Name, Base) Name##Row,
 

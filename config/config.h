@@ -137,7 +137,7 @@ public:
     bool isTimeless() const;
 
     // Finds the base class. Called once by Config.
-    void link(const Config& config);
+    void link(const Config& registry);
 
 private:
     friend class Config;

@@ -66,6 +66,7 @@ public:
 private:
     static constexpr int NODE_ORDER = 16;
 
+    // NOLINTNEXTLINE(readability-non-const-parameter): the type of a destroy function
     static void destroyText(char* text, StringResult*) { delete[] text; }
 };
 

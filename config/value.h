@@ -35,6 +35,7 @@ public:
     // Null for an empty slot.
     const char* asText() const { return as<const char>(); }
     template <class T> T* as() const {
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): a slot is a number or a pointer
         return reinterpret_cast<T*>(static_cast<std::uintptr_t>(bits));
     }
 

@@ -32,7 +32,7 @@ public:
 
     const ValueType& getValueType() const { return *valueType; }
     unsigned getCount() const { return static_cast<unsigned>(values.size()); }
-    bool hasValue(const Value& value) const { return values.count(value) != 0; }
+    bool hasValue(const Value& value) const { return values.contains(value); }
     Iterator begin() const { return values.begin(); }
     Iterator end() const { return values.end(); }
 
