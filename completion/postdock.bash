@@ -1,4 +1,4 @@
-# Completion of postdock(1) for bash: options that were not given yet, files, directories, and user
+# Completion of postdock(1) for bash: options that can still be given, files, directories, and user
 # names for recipients and senders.
 
 # The directory in which a relative name of the configuration file is taken.
@@ -12,14 +12,43 @@ _postdock_workdir() {
     printf '%s\n' "$dir"
 }
 
-# The options that can still be given, each in both its forms.
+# The letters of the options that were given before the present word, one of them for each long
+# name; with "." behind a recipient, where options end. Flags that are dropped do not count.
+_postdock_given() {
+    local i j word letters=
+    for ((i = 1; i < COMP_CWORD; i++)); do
+        word=${COMP_WORDS[i]}
+        case ${word,,} in
+        --help) word=-h ;;
+        --version) word=-v ;;
+        --configfile) word=-C ;;
+        --workdir) word=-W ;;
+        esac
+        case $word in
+        -[hvtnfrFCW]*)
+            for ((j = 1; j < ${#word}; j++)); do
+                letters+=${word:j:1}
+                if [[ ${word:j:1} == [frFCW] ]]; then
+                    ((j + 1 < ${#word})) || i=$((i + 1)) # its value: the rest, or the next word
+                    break
+                fi
+            done
+            ;;
+        -*) ;;
+        *) letters+=. ;;
+        esac
+    done
+    printf '%s\n' "$letters"
+}
+
+# The options that can still be given, each in both its forms; "i" is heard behind another flag only.
 _postdock_options() {
-    local given=" ${COMP_WORDS[*]:1:COMP_CWORD-1} " option form
-    for option in '-h --help' '-v --version' -ti -t -n -f -r -F '-C --configfile' '-W --workdir'; do
-        for form in $option; do
-            [[ $given != *" $form "* ]] || continue 2
-        done
-        printf '%s\n' "$option"
+    local given option letters
+    given=$(_postdock_given)
+    [[ $given != *.* ]] || return
+    for option in '-h --help' '-v --version' -ti -ni -t -n -f -r -F '-C --configfile' '-W --workdir'; do
+        letters=${option%% *}
+        [[ $given == *["${letters#-}"]* ]] || printf '%s\n' "$option"
     done
 }
 

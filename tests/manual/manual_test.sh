@@ -78,10 +78,10 @@ complete_words() {
     COMP_WORDS=(postdock "$@")
     COMP_CWORD=$#
     _postdock 2>/dev/null
-    printf '%s\n' "${COMPREPLY[@]}" | sort | xargs
+    printf '%s\n' "${COMPREPLY[@]}" | LC_ALL=C sort | xargs
 }
 offered=$(complete_words -)
-same "options of the program (<) and of the completion (>)" "${kept/-i /-ti }" "$offered"
+same "options of the program (<) and of the completion (>)" "${kept/-i /-ti -ni }" "$offered"
 
 mkdir -p "$dir/work/run" "$dir/wall"
 touch "$dir/work/run/morvex.cfg" "$dir/wfile"
@@ -99,6 +99,10 @@ expect "$dir/wall $dir/work" -W "$dir/w"
 expect "run/morvex.cfg" -W "$dir/work" -C run/m
 expect "$dir/wfile" --configfile "$dir/wf"
 expect "" -F -
+expect "--configfile --help --version --workdir -C -F -W -f -h -n -ni -r -v" -t -oi -
+expect "--configfile --help --version -C -F -f -h -r -v" -nti --WorkDir /tmp -
+expect "--help --version --workdir -F -W -h -n -ni -r -t -ti -v" -C- -fti -
+expect "" -f me you -
 expect "" -- -
 [[ " $(complete_words "$me") " == *" $me "* ]] || complain "the caller's own name is not offered"
 [[ " $(complete_words -t "") " == *" $me "* ]] || complain "no recipients are offered"
