@@ -51,7 +51,6 @@ public:
     }
 
     T* get() const { return pointer; }
-    // NOLINTNEXTLINE(google-explicit-constructor): a holder stands where its pointer would
     operator T*() const { return pointer; }
     T* operator->() const { return pointer; }
 

@@ -102,12 +102,10 @@ enum DefaultIds : std::uint16_t {
 // One parameter of a constraint: a number, a truth value or a text, by what it was made from.
 class ConstraintParamValue {
 public:
-    // NOLINTBEGIN(google-explicit-constructor): the tables list plain values
     constexpr ConstraintParamValue(unsigned value) : number(value) {}
     constexpr ConstraintParamValue(int value) : number(static_cast<unsigned>(value)) {}
     constexpr ConstraintParamValue(bool value) : number(value ? 1 : 0) {}
     constexpr ConstraintParamValue(const char* value) : text(value) {}
-    // NOLINTEND(google-explicit-constructor)
 
     // Requires for each: made from that kind of thing.
     constexpr std::uint32_t asUnsigned() const { return static_cast<std::uint32_t>(number); }
@@ -124,11 +122,9 @@ private:
 // One parameter of a default: a number or a text.
 class DefaultParamValue {
 public:
-    // NOLINTBEGIN(google-explicit-constructor): as above
     constexpr DefaultParamValue(unsigned value) : number(value) {}
     constexpr DefaultParamValue(int value) : number(static_cast<unsigned>(value)) {}
     constexpr DefaultParamValue(const char* value) : text(value) {}
-    // NOLINTEND(google-explicit-constructor)
 
     // Requires for each: made from that kind of thing.
     constexpr std::uint32_t asUnsigned() const { return static_cast<std::uint32_t>(number); }

@@ -60,14 +60,14 @@ public:
     using TokenLoc = HConfig::TokenLoc;
 
     // A loader over a file, whose path is copied, or over an open stream, which stays the caller's.
-    // With `objectClass` the input is expected to hold an object of that class: one that names
+    // With `expected` the input is expected to hold an object of that class: one that names
     // another class is told so as an error, and loads all the same. Null expects none in
-    // particular. Requires: path and stream are not null.
-    TextLoader(const char* path, const ObjectClass* objectClass, bool strict);
-    TextLoader(Stream* stream, const ObjectClass* objectClass, bool strict);
+    // particular. Requires: path and input are not null.
+    TextLoader(const char* path, const ObjectClass* expected, bool strictMode);
+    TextLoader(Stream* input, const ObjectClass* expected, bool strictMode);
     ~TextLoader() override;
 
-    // Loads from what the constructor named, or from `stream`. A null `object` is set to a new
+    // Loads from what the constructor named, or from `input`. A null `object` is set to a new
     // object of the class that the input names, owned by the caller; another one is filled in
     // place and stays the caller's.
     //
@@ -86,7 +86,7 @@ public:
     //
     // A read that fails ends the load with its error, whatever was read up to there.
     int load(Object*& object);
-    int load(Stream* stream, Object*& object);
+    int load(Stream* input, Object*& object);
 
     // Why the attributes of the file could not be read in the last load from a path; 0 where they
     // could, before the first one, and with a stream.

@@ -351,7 +351,7 @@ bool TextLoader::endAddObject(const TokenLoc& location) {
                    attribute.getItemName());
         return false;
     }
-    member.release();
+    static_cast<void>(member.release()); // the set's now
     return true;
 }
 

@@ -41,19 +41,19 @@ class Value;
 
 class TextSaver : public File {
 public:
-    // Saves `root` in the file `path`, which is copied; the root stays the caller's. With a
-    // `backupCount` of 0 the old content goes aside as "<path>.1" during a save and is gone after
+    // Saves `object` in the file `path`, which is copied; the object stays the caller's. With a
+    // `count` of 0 the old content goes aside as "<path>.1" during a save and is gone after
     // it. Otherwise it stays beside the file as a copy with the time of the save in its name
     // (morvex-06-30-23:59:00.cfg, by month and day in local time), and at most that many copies
     // stay: those found now beyond that, and later the oldest one, are moved to the folder
     // old_configs of the run directory. Without a run directory, or where the move fails, they
     // stay where they are and are the saver's no more.
-    TextSaver(const char* path, Object* root, unsigned backupCount);
-    // Saves `root` to an open stream from where it stands. Both stay the caller's.
-    TextSaver(Stream* stream, Object* root);
+    TextSaver(const char* path, Object* object, unsigned count);
+    // Saves `object` to an open stream from where it stands. Both stay the caller's.
+    TextSaver(Stream* output, Object* object);
     ~TextSaver() override;
 
-    // Saves as the constructor was told. 0, or -1; without a root it is -1 with HE_INVAL.
+    // Saves as the constructor was told. 0, or -1; without an object it is -1 with HE_INVAL.
     //
     // A file that cannot be moved aside, as one that is mounted there or stands in a directory that
     // is not writable, is written in place. Its old content is kept in memory meanwhile, and in the

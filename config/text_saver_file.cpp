@@ -219,7 +219,7 @@ int TextSaver::saveFile() {
     }
     auto kept = std::make_unique<File>(copy.c_str()); // while the old content can still go back
     backups.push_back(kept.get());
-    kept.release();
+    static_cast<void>(kept.release());
     if (backups.size() > backupCount) {
         retireOldest();
     }

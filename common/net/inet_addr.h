@@ -25,7 +25,6 @@ public:
     // 0.0.0.0; an address in host byte order; one in network byte order; a copy, which never shares
     // the cached text.
     constexpr InetAddr() noexcept : address{0}, text(nullptr) {}
-    // NOLINTNEXTLINE(google-explicit-constructor): a number stands for an address everywhere
     constexpr InetAddr(unsigned hostOrder) noexcept
         : address{toNetworkOrder(hostOrder)}, text(nullptr) {}
     explicit constexpr InetAddr(in_addr networkOrder) noexcept

@@ -67,7 +67,7 @@ namespace HConfig::schema {
 // clang-format on
 
 enum MenuId : std::uint16_t {
-#define MORVEX_MENU_ID(id, name) name = id,
+#define MORVEX_MENU_ID(id, name) name = (id),
     MORVEX_CONFIG_MENUS(MORVEX_MENU_ID, MORVEX_MENU_ID)
 #undef MORVEX_MENU_ID
 };

@@ -30,7 +30,7 @@ namespace HConfig::schema {
 // Uids of the classes, by the name of the C++ class. 0 is no class.
 enum ClassUid : std::uint16_t {
     Object = 0,
-#define MORVEX_CLASS_UID(uid, rows, name, base) name = uid,
+#define MORVEX_CLASS_UID(uid, rows, name, base) name = (uid),
     MORVEX_CONFIG_CLASSES(MORVEX_CLASS_UID, MORVEX_CLASS_UID)
 #undef MORVEX_CLASS_UID
 };
