@@ -5,7 +5,7 @@
 #include <cerrno>
 #include <utility>
 
-StandardInput::StandardInput(bool withDot) : FDStream(STDIN_FILENO), dotEndsInput(withDot) {
+StandardInput::StandardInput(bool dotEndsInput) : FDStream(STDIN_FILENO), endsAtDot(dotEndsInput) {
 }
 
 int StandardInput::read(void* buffer, int size) {
@@ -29,8 +29,8 @@ int StandardInput::read(void* buffer, int size) {
 // first read that they are no terminal.
 void StandardInput::notePiece(std::string_view bytes) {
     mayBeTerminal = mayBeTerminal && bytes.find('\n') >= bytes.size() - 1;
-    dotRead = dotEndsInput && mayBeTerminal && atLineStart && bytes == ".\n" &&
-              ::isatty(STDIN_FILENO) == 1;
+    dotRead =
+        endsAtDot && mayBeTerminal && atLineStart && bytes == ".\n" && ::isatty(STDIN_FILENO) == 1;
     atLineStart = bytes.back() == '\n';
 }
 

@@ -39,7 +39,7 @@ private:
     void notePiece(std::string_view bytes);
     bool isHungUp();
 
-    bool dotEndsInput;
+    bool endsAtDot;
     bool mayBeTerminal = true; // so far no read gave more than one line
     bool atLineStart = true;
     bool dotRead = false;
