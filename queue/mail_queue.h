@@ -51,7 +51,9 @@ public:
     static constexpr char mql_auth[] = ".mql_auth"; // the token file, under the queue path
     static constexpr char mql_sgn[] = "MQL:";       // what every token begins with
 
-    explicit MailQueue(MailShepherd* shepherd = nullptr);
+    // A queue without a tree: setDirectory comes first. The shepherd, which may be null, stays the
+    // caller's and outlives the queue.
+    explicit MailQueue(MailShepherd* partner = nullptr);
     MailQueue(const MailQueue&) = delete;
     MailQueue& operator=(const MailQueue&) = delete;
 

@@ -26,7 +26,7 @@ bool beginsWithFiles(std::string_view sources) {
     }
     sources.remove_prefix(files.size());
     const std::size_t next = sources.find_first_not_of(blanks);
-    return next == sources.npos || (next > 0 && sources[next] != '[');
+    return next == std::string_view::npos || (next > 0 && sources[next] != '[');
 }
 
 // A system without a configuration has only the file.
@@ -54,7 +54,7 @@ bool readPasswdLine(std::string_view line, std::string_view& name, uid_t& uid) {
     std::string_view fields[4];
     for (std::string_view& field : fields) {
         const std::size_t end = line.find(':');
-        if (end == line.npos) {
+        if (end == std::string_view::npos) {
             return false;
         }
         field = line.substr(0, end);
@@ -62,9 +62,10 @@ bool readPasswdLine(std::string_view line, std::string_view& name, uid_t& uid) {
     }
     name = fields[0];
     unsigned gid = 0;
-    return !name.empty() && otherSources.find(name[0]) == name.npos &&
-           name.find_first_of(unusualInNames) == name.npos && readNumber(fields[2], uid) &&
-           readNumber(fields[3], gid) && std::count(line.begin(), line.end(), ':') == 2;
+    return !name.empty() && otherSources.find(name[0]) == std::string_view::npos &&
+           name.find_first_of(unusualInNames) == std::string_view::npos &&
+           readNumber(fields[2], uid) && readNumber(fields[3], gid) &&
+           std::count(line.begin(), line.end(), ':') == 2;
 }
 
 } // namespace
@@ -81,12 +82,13 @@ std::string callerName(uid_t uid) {
 std::string nameInPasswdFile(const char* path, uid_t wanted) {
     int fd = openFd(path, O_RDONLY);
     char block[4096];
-    std::string_view unread(block, 0); // at the start of the block: what is there of the next line
+    // What is there of the next line: nothing yet, at the start of the block.
+    std::string_view unread(block, 0); // NOLINT(bugprone-string-constructor)
     std::string_view name;
     bool found = false;
     for (bool usual = fd != -1; usual && !found;) {
         const std::size_t end = unread.find('\n');
-        if (end == unread.npos) {
+        if (end == std::string_view::npos) {
             std::memmove(block, unread.data(), unread.size());
             const int size =
                 readFd(fd, block + unread.size(), static_cast<int>(sizeof block - unread.size()));

@@ -206,7 +206,7 @@ std::string flagsOf(const Attribute& attribute) {
 }
 
 std::string contentOf(const Attribute& attribute) {
-    const std::string type = attribute.getContentTypeString();
+    std::string type = attribute.getContentTypeString();
     switch (attribute.getKind()) {
     case KIND_VALUE:
         return type;
