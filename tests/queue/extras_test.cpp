@@ -5,26 +5,20 @@
 #include "common/container/rb_tree.h"
 #include "tests/queue/queue_fixture.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <map>
+#include <set>
 #include <tuple>
 
 namespace {
 
 namespace Format = RecordFormat;
 namespace fs = std::filesystem;
-using Strings = std::vector<std::string>;
 
 constexpr int Trash = 0xFFFFF02;
 
 class Extras : public StateFileTest {
 protected:
-    Strings mboxes(MailItem* item, int rcpt, int capacity = 16) {
-        const char* names[16];
-        const int count = item->getRCPTMboxes(rcpt, names, capacity);
-        return {names, names + (count < capacity ? count : capacity)};
-    }
     static std::map<std::string, std::string> infoOf(MailItem* item, int field) {
         RBTree found;
         EXPECT_EQ(0, item->doGetFilterInfo(field, &found));
@@ -36,20 +30,10 @@ protected:
         }
         return info;
     }
-    // "slot=value" in the order of the slots, or "broken".
-    static std::string slots(MailItem* item, int field, int rcpt) {
-        RBTree found;
-        if (item->doGetRCPTSlots(field, rcpt, &found) == -1) {
-            return "broken";
-        }
-        std::string text;
-        HKey* key = nullptr;
-        void* value = nullptr;
-        while (found.next(key, value) == 0) {
-            text += std::to_string(static_cast<Int32Key*>(key)->getValue()) + "=" +
-                    static_cast<const char*>(value) + " ";
-        }
-        return text;
+    // Filter information and slots begin at `head`.
+    MailItem* loadWithHeads(const Strings& others, std::uint32_t head) {
+        return loadChanged(others, {{10 + Format::filterInfoHead, raw(head)},
+                                    {rcptsAt + Format::rcptMessageSlotsHead, raw(head)}});
     }
     static std::string readAll(Stream* stream) {
         if (stream == nullptr) {
@@ -59,10 +43,6 @@ protected:
         const int size = stream->readAll(buffer, sizeof buffer);
         Stream::release(stream);
         return {buffer, buffer + (size > 0 ? size : 0)};
-    }
-    static unsigned lastError(long long result, long long failure = -1) {
-        EXPECT_EQ(failure, result);
-        return Thread::getLastError();
     }
 };
 
@@ -100,12 +80,12 @@ TEST_F(Extras, knowsItsFolders) {
         EXPECT_EQ(Strings({"INBOX"}), mboxes(item, 1));
         item = reload(item);
     }
-    EXPECT_EQ(HE_INVAL, lastError(item->addRCPTMbox(0, -1)));
-    EXPECT_EQ(HE_INVAL, lastError(item->addRCPTMbox(3, 0)));
+    EXPECT_EQ(HE_INVAL, errorOf(item->addRCPTMbox(0, -1)));
+    EXPECT_EQ(HE_INVAL, errorOf(item->addRCPTMbox(3, 0)));
     drop(item);
     MailItem* fresh = queue.newMail();
-    EXPECT_EQ(HE_INVALOP, lastError(fresh->addRCPTMbox(0, 0)));
-    EXPECT_EQ(HE_INVALOP, lastError(fresh->getRCPTMboxes(0, nullptr, 0)));
+    EXPECT_EQ(HE_INVALOP, errorOf(fresh->addRCPTMbox(0, 0)));
+    EXPECT_EQ(HE_INVALOP, errorOf(fresh->getRCPTMboxes(0, nullptr, 0)));
     queue.removeMail(fresh);
 }
 
@@ -130,15 +110,8 @@ TEST_F(Extras, readsFoldersOfAnyFile) {
         {0, 3, {"0000063:FFFFF02"}, {"INBOX", "Trash"}}, // a link that leads nowhere
     };
     for (const Row& row : rows) {
-        MailItem* item = submitAndBind({"a@x"});
-        for (const std::string& text : row.others) {
-            item->addString(text.c_str());
-        }
-        EXPECT_EQ(0, item->saveToFile(nullptr));
-        std::string file = stateOf(item);
-        drop(item);
-        file.replace(10 + 96 + 512 + 16, 8, raw(row.mbox) + raw(row.head));
-        item = load(file);
+        MailItem* item =
+            loadChanged(row.others, {{rcptsAt + Format::rcptMbox, raw(row.mbox) + raw(row.head)}});
         ASSERT_NE(nullptr, item);
         EXPECT_EQ(row.found, mboxes(item, 0)) << row.mbox << " " << row.head;
         drop(item);
@@ -155,9 +128,9 @@ TEST_F(Extras, keepsSlots) {
         EXPECT_EQ(one, item->doAddRCPTSlot(field, 1, 7, one));
         EXPECT_EQ(two, item->doAddRCPTSlot(field, 1, 7, two));
         EXPECT_EQ(0, item->doAddRCPTSlot(field, 1, 9, 0));
-        EXPECT_EQ(HE_INVAL, lastError(item->doAddRCPTSlot(field, 1, 256, one)));
-        EXPECT_EQ(HE_INVAL, lastError(item->doAddRCPTSlot(field, 1, 1, -1)));
-        EXPECT_EQ(HE_INVAL, lastError(item->doAddRCPTSlot(field, 2, 1, one)));
+        EXPECT_EQ(HE_INVAL, errorOf(item->doAddRCPTSlot(field, 1, 256, one)));
+        EXPECT_EQ(HE_INVAL, errorOf(item->doAddRCPTSlot(field, 1, 1, -1)));
+        EXPECT_EQ(HE_INVAL, errorOf(item->doAddRCPTSlot(field, 2, 1, one)));
         for (int load = 0; load < 2; ++load) {
             EXPECT_EQ("7=two 255=one ", slots(item, field, 1));
             EXPECT_EQ("", slots(item, field, 0));
@@ -187,27 +160,27 @@ TEST_F(Extras, keepsFilterInformationOnThreeLevels) {
     set(item->dataFilterInfoField(0), "Old", "4");
     set(item->dataFilterInfoField(1), "Score", "5");
     set(item->dataFilterInfoField(2), "Other", "6");
-    EXPECT_EQ(HE_INVAL, lastError(item->doSetFilterInfo(Format::filterInfoHead, nullptr, 0)));
-    EXPECT_EQ(HE_INVAL, lastError(item->doSetFilterInfo(Format::filterInfoHead, "", 0)));
-    EXPECT_EQ(HE_INVAL, lastError(item->doSetFilterInfo(Format::filterInfoHead, "a", -1)));
+    EXPECT_EQ(HE_INVAL, errorOf(item->doSetFilterInfo(Format::filterInfoHead, nullptr, 0)));
+    EXPECT_EQ(HE_INVAL, errorOf(item->doSetFilterInfo(Format::filterInfoHead, "", 0)));
+    EXPECT_EQ(HE_INVAL, errorOf(item->doSetFilterInfo(Format::filterInfoHead, "a", -1)));
     using Info = std::map<std::string, std::string>;
     for (int load = 0; load < 2; ++load) {
-        bool found = false;
-        EXPECT_STREQ("2", item->doGetFilterInfo(Format::filterInfoHead, "SCORE", found));
-        EXPECT_TRUE(found);
-        EXPECT_STREQ("", item->doGetFilterInfo(Format::filterInfoHead, "empty", found));
-        EXPECT_TRUE(found);
-        EXPECT_STREQ("", item->doGetFilterInfo(Format::filterInfoHead, "none", found));
-        EXPECT_FALSE(found);
-        EXPECT_STREQ("3", item->doGetFilterInfo(item->rcptFilterInfoField(0), "score", found));
+        for (const auto& [field, key, value, there] :
+             {std::tuple{MailItem::filterInfoField(), "SCORE", "2", true},
+              {MailItem::filterInfoField(), "empty", "", true},
+              {MailItem::filterInfoField(), "none", "", false},
+              {item->rcptFilterInfoField(0), "score", "3", true}}) {
+            bool found = !there;
+            EXPECT_STREQ(value, item->doGetFilterInfo(field, key, found));
+            EXPECT_EQ(there, found);
+        }
         EXPECT_EQ(Info({{"Empty", ""}, {"Score", "1"}, {"score", "2"}}),
                   infoOf(item, Format::filterInfoHead));
         EXPECT_STREQ("5", item->getDataFilterInfo(3, "score", true));
         EXPECT_STREQ("4", item->getDataFilterInfo(3, "old", true));
         EXPECT_STREQ("", item->getDataFilterInfo(3, "other", true));
         EXPECT_STREQ("", item->getDataFilterInfo(3, "score", false));
-        EXPECT_EQ(nullptr, item->getDataFilterInfo(4, "score", false));
-        EXPECT_EQ(HE_INVAL, Thread::getLastError());
+        EXPECT_EQ(HE_INVAL, errorOf(item->getDataFilterInfo(4, "score", false)));
         item = reload(item);
     }
     drop(item);
@@ -231,15 +204,7 @@ TEST_F(Extras, endsBrokenAndCircularChains) {
         {"0000063:0000000:kez", "broken", nullptr},
     };
     for (const Row& row : rows) {
-        MailItem* item = submitAndBind({"a@x"});
-        EXPECT_EQ(3, item->addString("value"));
-        EXPECT_EQ(4, item->addString(row.text));
-        EXPECT_EQ(0, item->saveToFile(nullptr));
-        std::string file = stateOf(item);
-        drop(item);
-        file.replace(10 + Format::filterInfoHead, 4, raw(4U));
-        file.replace(10 + 96 + 512 + Format::rcptMessageSlotsHead, 4, raw(4U));
-        item = load(file);
+        MailItem* item = loadWithHeads({"value", row.text}, 4);
         ASSERT_NE(nullptr, item);
         EXPECT_EQ(row.slots, slots(item, Format::rcptMessageSlotsHead, 0)) << row.text;
         bool found = true;
@@ -254,14 +219,7 @@ TEST_F(Extras, meetsALongTextOfACircleAFewTimes) {
     constexpr std::size_t length = 1'000'000;
     for (const std::string& text : {"0000003:0000003:" + std::string(length, 'k'),
                                     "0000003:07:" + std::string(length, '1')}) {
-        MailItem* item = submitAndBind({"a@x"});
-        EXPECT_EQ(3, item->addString(text.c_str()));
-        EXPECT_EQ(0, item->saveToFile(nullptr));
-        std::string file = stateOf(item);
-        drop(item);
-        file.replace(10 + Format::filterInfoHead, 4, raw(3U));
-        file.replace(10 + 96 + 512 + Format::rcptMessageSlotsHead, 4, raw(3U));
-        item = load(file);
+        MailItem* item = loadWithHeads({text}, 3);
         RBTree found;
         EXPECT_EQ(text[10] == ':' ? -1 : 0, item->doGetFilterInfo(Format::filterInfoHead, &found));
         EXPECT_EQ(text[10] == ':' ? "7= " : "broken", slots(item, Format::rcptMessageSlotsHead, 0));
@@ -272,8 +230,8 @@ TEST_F(Extras, meetsALongTextOfACircleAFewTimes) {
 TEST_F(Extras, countsDataVersions) {
     int size = 0;
     MailItem* fresh = queue.newMail();
-    EXPECT_EQ(HE_INVALOP, lastError(fresh->getNextDataVersion(&queue, nullptr, size), 0));
-    EXPECT_EQ(HE_INVALOP, lastError(fresh->registerNextDataVersion(1, 0)));
+    EXPECT_EQ(HE_INVALOP, errorOf(fresh->getNextDataVersion(&queue, nullptr, size), 0));
+    EXPECT_EQ(HE_INVALOP, errorOf(fresh->registerNextDataVersion(1, 0)));
     EXPECT_EQ(-1, fresh->getCachedHeaderSize(0));
     queue.removeMail(fresh);
 
@@ -284,10 +242,10 @@ TEST_F(Extras, countsDataVersions) {
     EXPECT_EQ(dataPath(item->getId()).substr(0, static_cast<std::size_t>(size) - 2) + "01",
               std::string(name));
     size = 4;
-    EXPECT_EQ(HE_FBIG, lastError(item->getNextDataVersion(&queue, name, size), 0));
+    EXPECT_EQ(HE_FBIG, errorOf(item->getNextDataVersion(&queue, name, size), 0));
     EXPECT_EQ(1U, item->getNextDataVersion(nullptr, nullptr, size));
-    EXPECT_EQ(HE_INVAL, lastError(item->registerNextDataVersion(2, 0)));
-    EXPECT_EQ(HE_INVAL, lastError(item->registerNextDataVersion(1, 1)));
+    EXPECT_EQ(HE_INVAL, errorOf(item->registerNextDataVersion(2, 0)));
+    EXPECT_EQ(HE_INVAL, errorOf(item->registerNextDataVersion(1, 1)));
     for (unsigned version = 1; version < 40; ++version) {
         EXPECT_EQ(0, item->registerNextDataVersion(version, version / 2));
         EXPECT_EQ((version | 15) + 1, item->getVersionSlots());
@@ -312,38 +270,34 @@ TEST_F(Extras, countsDataVersions) {
     EXPECT_EQ(39U, item->getField(Format::lastVersion));
     item->setLastVersion(0xFFFFF);
     EXPECT_EQ(-1, item->getCachedHeaderSize(0xFFFFF));
-    EXPECT_EQ(HE_FBIG, lastError(item->registerNextDataVersion(0x100000, 0)));
-    EXPECT_EQ(HE_FBIG, lastError(item->getNextDataVersion(nullptr, nullptr, size), 0));
+    EXPECT_EQ(HE_FBIG, errorOf(item->registerNextDataVersion(0x100000, 0)));
+    EXPECT_EQ(HE_FBIG, errorOf(item->getNextDataVersion(nullptr, nullptr, size), 0));
     drop(item);
 }
 
 TEST_F(Extras, showsHeadersAndBodyOfADataVersion) {
-    struct Row {
-        std::string headers, body;
-    };
-    const Row rows[] = {
+    const std::pair<std::string, std::string> rows[] = {
         {"A: b\r\nC: d\r\n\r\n", "body\r\n\r\nmore\r\n"},
         {"\r\n", "body\r\n"},
         {"A: b\r\n", ""},
         {"A: " + std::string(4093, 'x') + "\r\n\r\n", "body\r\n"}, // longer than the buffer
         {"A: " + std::string(10000, 'x') + "\r\nB: c\r\n\r\n", "body\r\n"},
     };
-    for (const Row& row : rows) {
-        const int id = submit(queue, {"a@x"}, row.headers + row.body);
-        bool badFile = false;
-        MailItem* item = queue.bindMail(id, 0, false, badFile);
+    for (const auto& [headers, body] : rows) {
+        const int id = submit(queue, {"a@x"}, headers + body);
+        MailItem* item = bind(id);
         EXPECT_EQ(-1, item->getCachedHeaderSize(0));
         for (int round = 0; round < 2; ++round) { // found, then known
-            EXPECT_EQ(row.headers, readAll(item->openHeaderStream(&queue, 0)));
-            EXPECT_EQ(static_cast<int>(row.headers.size()), item->getCachedHeaderSize(0));
-            EXPECT_EQ(row.body, readAll(item->openBodyStream(&queue, 0)));
+            EXPECT_EQ(headers, readAll(item->openHeaderStream(&queue, 0)));
+            EXPECT_EQ(static_cast<int>(headers.size()), item->getCachedHeaderSize(0));
+            EXPECT_EQ(body, readAll(item->openBodyStream(&queue, 0)));
         }
-        EXPECT_EQ(row.headers + row.body, readAll(item->openDataStream(&queue, 0)));
-        support::writeFile(dataPath(id), "X: y\r\n" + row.headers + row.body);
-        const int size = static_cast<int>(row.headers.size());
+        EXPECT_EQ(headers + body, readAll(item->openDataStream(&queue, 0)));
+        support::writeFile(dataPath(id), "X: y\r\n" + headers + body);
+        const int size = static_cast<int>(headers.size());
         EXPECT_EQ(size, item->getHeaderSize(&queue, 0, false));
-        EXPECT_EQ(row.headers == "\r\n" ? 8 : size + 6, item->getHeaderSize(&queue, 0, true));
-        EXPECT_EQ(HE_INVAL, lastError(item->getHeaderSize(&queue, 1, false)));
+        EXPECT_EQ(headers == "\r\n" ? 8 : size + 6, item->getHeaderSize(&queue, 0, true));
+        EXPECT_EQ(HE_INVAL, errorOf(item->getHeaderSize(&queue, 1, false)));
         EXPECT_EQ(nullptr, item->openDataStream(&queue, 1));
         fs::remove(dataPath(id));
         fs::create_symlink("/proc/self/mem", dataPath(id)); // opens, and cannot be read at 0
@@ -351,9 +305,8 @@ TEST_F(Extras, showsHeadersAndBodyOfADataVersion) {
         EXPECT_EQ(nullptr, item->openHeaderStream(&queue, 0));
         EXPECT_EQ(-1, item->getCachedHeaderSize(0));
         fs::remove(dataPath(id));
-        EXPECT_EQ(HE_NOENT, lastError(item->getHeaderSize(&queue, 0, true)));
-        EXPECT_EQ(nullptr, item->openHeaderStream(&queue, 0));
-        EXPECT_EQ(HE_NOENT, Thread::getLastError());
+        EXPECT_EQ(HE_NOENT, errorOf(item->getHeaderSize(&queue, 0, true)));
+        EXPECT_EQ(HE_NOENT, errorOf(item->openHeaderStream(&queue, 0)));
         drop(item);
     }
 }
@@ -395,11 +348,14 @@ TEST_F(Extras, keepsAssociatedStreams) {
     const auto list = [&](int key, bool withShared) {
         SimpleVector<int> types;
         item->getAssociatedStreamList(&queue, 'M', key, types, withShared);
-        std::vector<int> found(types.data, types.data + types.size);
-        std::sort(found.begin(), found.end());
-        return found;
+        return std::multiset<int>(types.data, types.data + types.size);
     };
-    using Types = std::vector<int>;
+    using Types = std::multiset<int>;
+    const auto write = [](Stream* stream, const std::string& text) {
+        const int size = static_cast<int>(text.size());
+        EXPECT_EQ(size, stream->writeAll(text.data(), size));
+        Stream::release(stream);
+    };
     EXPECT_EQ("(none)", readAll(get(1, 2, true, true)));
     EXPECT_EQ(HE_NOENT, Thread::getLastError());
     EXPECT_FALSE(fs::exists(path));
@@ -407,10 +363,7 @@ TEST_F(Extras, keepsAssociatedStreams) {
 
     EXPECT_EQ("", readAll(get(1, 2, false, false)));
     EXPECT_TRUE(fs::exists(path + "/000001.02"));
-    Stream* stream = get(shared, 0x7F, false, false);
-    ASSERT_NE(nullptr, stream);
-    EXPECT_EQ(6, stream->writeAll("shared", 6));
-    Stream::release(stream);
+    write(get(shared, 0x7F, false, false), "shared");
     EXPECT_EQ("shared", support::readFile(path + "/FFFFFF.7F"));
     EXPECT_EQ("(none)", readAll(get(1, 0x7F, true, false)));
     EXPECT_EQ("shared", readAll(get(1, 0x7F, true, true)));
@@ -418,11 +371,8 @@ TEST_F(Extras, keepsAssociatedStreams) {
     EXPECT_EQ(Types({2, 0x7F}), list(1, true));
     EXPECT_EQ(Types({0x7F}), list(2, true));
 
-    stream = get(0xABCDEF, 0x7F, false, false); // a copy of its own, read from its start
-    ASSERT_NE(nullptr, stream);
-    EXPECT_EQ(6, stream->getSize());
-    EXPECT_EQ(3, stream->writeAll("SHA", 3));
-    Stream::release(stream);
+    // A copy of its own, written from its start.
+    write(get(0xABCDEF, 0x7F, false, false), "SHA");
     EXPECT_EQ("SHAred", readAll(get(0xABCDEF, 0x7F, true, true)));
     EXPECT_EQ("shared", readAll(get(shared, 0x7F, true, false)));
     EXPECT_EQ(Types({0x7F}), list(0xABCDEF, true)); // once
@@ -431,8 +381,8 @@ TEST_F(Extras, keepsAssociatedStreams) {
         support::writeFile(path + other, "");
     }
     EXPECT_EQ(Types({2}), list(1, false));
-    stream = get(1, 0x80, true, false);
-    EXPECT_NE(nullptr, stream);
+    Stream* stream = get(1, 0x80, true, false);
+    ASSERT_NE(nullptr, stream);
     EXPECT_GE(0, stream->writeAll("x", 1)); // opened to be read only
     Stream::release(stream);
     for (const auto& [family, key, type] : {std::tuple('/', 1U, 1),
@@ -440,8 +390,8 @@ TEST_F(Extras, keepsAssociatedStreams) {
                                             {'M', 0x1000000U, 1},
                                             {'M', 1U, 256},
                                             {'M', 1U, -1}}) {
-        EXPECT_EQ(nullptr, item->getAssociatedStream(&queue, family, key, type, false, false));
-        EXPECT_EQ(HE_INVAL, Thread::getLastError());
+        EXPECT_EQ(HE_INVAL,
+                  errorOf(item->getAssociatedStream(&queue, family, key, type, false, false)));
     }
     // A copy that fails leaves no file behind.
     fs::remove(path + "/FFFFFF.7F");

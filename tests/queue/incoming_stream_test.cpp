@@ -4,10 +4,8 @@
 #include "common/container/crc32.h"
 #include "tests/queue/queue_fixture.h"
 #include "tests/support/random.h"
+#include "tests/support/size_limit.h"
 
-#include <sys/resource.h>
-
-#include <csignal>
 #include <filesystem>
 
 namespace {
@@ -36,6 +34,12 @@ protected:
     int put(std::string_view text) {
         return stream->write(text.data(), static_cast<int>(text.size()));
     }
+    // A stream that looks for the end of the headers.
+    void makeWithScan() {
+        make();
+        stream->headerState = IncomingStream::ScanLine;
+        stream->crlfSeen = false;
+    }
     bool putAll(std::string_view text) {
         const int size = static_cast<int>(text.size());
         return stream->writeAll(text.data(), size) == size;
@@ -49,7 +53,7 @@ protected:
 
 TEST_F(Incoming, closesWithALineEnd) {
     struct Row {
-        std::vector<std::string> writes;
+        Strings writes;
         std::string stored;
     };
     const Row rows[] = {
@@ -86,33 +90,17 @@ TEST_F(Incoming, closesWithALineEnd) {
 }
 
 // What the rewriting makes of a text: every CRLF, LF CR, CR and LF becomes CRLF, and CR CR LF too.
-std::string rewritten(const std::string& text) {
+std::string rewritten(std::string_view text) {
     std::string result;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] != '\r' && text[i] != '\n') {
-            result += text[i];
-            continue;
+    while (!text.empty()) {
+        std::string_view taken = text.substr(0, 1);
+        for (const std::string_view end : {"\r", "\n", "\n\r", "\r\n", "\r\r\n"}) {
+            if (text.starts_with(end)) {
+                taken = end;
+            }
         }
-        result += "\r\n";
-        const std::string next = text.substr(i + 1, 2);
-        if (text[i] == '\n') {
-            i += next[0] == '\r' ? 1 : 0;
-            continue;
-        }
-        if (next[0] == '\n') {
-            i += 1;
-            continue;
-        }
-        // Of a run of CRs each is a line end; the last two before an LF are one with it.
-        std::size_t run = 0;
-        while (i + 1 + run < text.size() && text[i + 1 + run] == '\r') {
-            ++run;
-        }
-        const bool closedByLF = run > 0 && i + 1 + run < text.size() && text[i + 1 + run] == '\n';
-        for (std::size_t left = closedByLF ? run - 1 : run; left > 0; --left) {
-            result += "\r\n";
-        }
-        i += run + (closedByLF ? 1 : 0);
+        result += taken.find_first_of("\r\n") == 0 ? "\r\n" : taken;
+        text.remove_prefix(taken.size());
     }
     return result;
 }
@@ -120,22 +108,12 @@ std::string rewritten(const std::string& text) {
 // What is large does not go to the disk in pieces of the writer's size, whatever waits before it.
 TEST_F(Incoming, passesLargePiecesOn) {
     const struct {
-        std::size_t waiting;
-        std::size_t size;
-        std::size_t onDisk;
-    } rows[] = {
-        {0, 4095, 0},
-        {0, 4096, 4096},
-        {0, 100000, 100000},
-        {1, 4094, 0},
-        {1, 4095, 4096},
-        {1, 8190, 4096},
-        {1, 8191, 8192},
-        {4095, 4096, 4096},
-        {4095, 4097, 8192},
-        {4095, 70000, 74095},
-        {100, 1 << 20, 100 + (1 << 20)},
-    };
+        std::size_t waiting, size, onDisk;
+    } rows[] = {{0, 4095, 0},         {0, 4096, 4096},
+                {1, 4094, 0},         {1, 4095, 4096},
+                {1, 8190, 4096},      {1, 8191, 8192},
+                {4095, 4096, 4096},   {4095, 4097, 8192},
+                {4095, 70000, 74095}, {100, 1 << 20, 100 + (1 << 20)}};
     for (const auto& row : rows) {
         SCOPED_TRACE(std::to_string(row.waiting) + " + " + std::to_string(row.size));
         std::string text(row.waiting + row.size, '-');
@@ -202,9 +180,7 @@ TEST_F(Incoming, stopsAtTheEndOfTheHeaders) {
     };
     for (const Row& row : rows) {
         for (const bool bytewise : {false, true}) {
-            make();
-            stream->headerState = IncomingStream::ScanLine;
-            stream->crlfSeen = false;
+            makeWithScan();
             std::size_t taken = 0;
             while (taken < row.text.size() && stream->headerState != IncomingStream::HeadersEnd) {
                 const int result = put(row.text.substr(taken, bytewise ? 1 : std::string::npos));
@@ -219,15 +195,12 @@ TEST_F(Incoming, stopsAtTheEndOfTheHeaders) {
 }
 
 TEST_F(Incoming, letsAHookChangeTheHeaders) {
-    make();
-    stream->headerState = IncomingStream::ScanLine;
-    stream->crlfSeen = false;
+    makeWithScan();
     stream->computeCRC = true;
     EXPECT_EQ(-1, stream->finalizeHeaderHookCall());
     EXPECT_EQ(nullptr, stream->getHeaderHookStream(false));
     EXPECT_EQ(5, put("a\r\n\r\nbody"));
-    EXPECT_EQ(-1, put("body"));
-    EXPECT_EQ(HE_INVALOP, Thread::getLastError());
+    EXPECT_EQ(HE_INVALOP, errorOf(put("body")));
     Stream* hook = stream->getHeaderHookStream(false);
     ASSERT_NE(nullptr, hook);
     EXPECT_EQ(6, hook->writeAll("b\r\n\r\n ", 6)); // from the start
@@ -237,8 +210,7 @@ TEST_F(Incoming, letsAHookChangeTheHeaders) {
     EXPECT_EQ("b\r\n\r\n body\r\n", content());
     EXPECT_EQ(crcOf(content()), stream->crc);
 
-    make(); // a hook may also come before the end is found; a close in its way is final
-    stream->headerState = IncomingStream::ScanLine;
+    makeWithScan(); // a hook may also come before the end is found; a close in its way is final
     EXPECT_TRUE(putAll("a"));
     EXPECT_NE(nullptr, stream->getHeaderHookStream(true));
     EXPECT_EQ("a", content());
@@ -307,19 +279,13 @@ TEST_F(Incoming, findsTheFactsOfTheHeaders) {
 }
 
 TEST_F(Incoming, keepsFailingOnceAWriteToTheDiskFailed) {
-    rlimit old{};
-    ASSERT_EQ(0, ::getrlimit(RLIMIT_FSIZE, &old));
-    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
     make();
-    const rlimit small = {10, old.rlim_max};
-    ASSERT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &small));
-    EXPECT_TRUE(putAll("more than ten bytes"));
-    EXPECT_EQ(-1, stream->close(false, true));
-    EXPECT_EQ(HE_FBIG, Thread::getLastError());
-    ASSERT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &old));
-    std::signal(SIGXFSZ, handler);
-    EXPECT_EQ(-1, put("more")); // and would make the failure forgotten
-    EXPECT_EQ(HE_INVALOP, Thread::getLastError());
+    {
+        const support::SizeLimit full(10);
+        EXPECT_TRUE(putAll("more than ten bytes"));
+        EXPECT_EQ(HE_FBIG, errorOf(stream->close(false, true)));
+    }
+    EXPECT_EQ(HE_INVALOP, errorOf(put("more"))); // and would make the failure forgotten
     EXPECT_EQ(-1, stream->close(false, true));
     drop();
     EXPECT_EQ("more than ", content()); // nor is it tried again at the end

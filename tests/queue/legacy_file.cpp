@@ -1,20 +1,12 @@
 #include "tests/queue/legacy_file.h"
 
 #include <cstdio>
-#include <cstring>
 
 namespace {
 
-template <class T> void put(std::string& at, std::size_t offset, T value) {
-    std::memcpy(at.data() + offset, &value, sizeof value);
-}
-
-void put16(std::string& at, std::size_t offset, std::uint32_t value) {
-    put(at, offset, static_cast<std::uint16_t>(value));
-}
-
-void put8(std::string& at, std::size_t offset, std::uint32_t value) {
-    at[offset] = static_cast<char>(value);
+// Values one behind the other, as they stand in a file.
+template <class... T> std::string fields(T... values) {
+    return (std::string(reinterpret_cast<const char*>(&values), sizeof values) + ...);
 }
 
 std::string hexNumber(std::uint32_t value, int width) {
@@ -51,119 +43,66 @@ std::uint32_t OldMail::param(std::uint32_t previous, const std::string& text) {
     return link(hexNumber(previous, 4) + ":" + text);
 }
 
-std::size_t OldMail::rcptBytes() const {
-    constexpr std::size_t sizes[] = {19, 27, 36, 28, 32, 36, 36};
-    return sizes[version];
-}
-
-std::size_t OldMail::versionsBytes() const {
-    return version < 3 ? 0 : 20 * std::size_t{((versionRecords - 1) | 15) + 1};
-}
-
 std::string OldMail::block() const {
-    std::string out(blockBytes(), '\0');
     const auto count = static_cast<std::uint32_t>(rcpts.size());
+    const std::uint32_t word = state | (local ? version < 3 ? 0x80U : 0x100U : 0U);
     if (version < 2) {
-        put8(out, 0, state | (local ? 0x80 : 0));
-        put8(out, 1, flags);
-        put16(out, 2, last);
-        put(out, 4, received);
-        put(out, 12, next);
-        put16(out, 20, retry);
-        put(out, 22, count);
-        put(out, 26, info);
-        return out;
+        return fields(static_cast<std::uint8_t>(word), static_cast<std::uint8_t>(flags),
+                      static_cast<std::uint16_t>(last), received, next,
+                      static_cast<std::uint16_t>(retry), count, info);
     }
-    if (version == 2) {
-        put(out, 0, state | (local ? 0x80 : 0));
-        put(out, 4, flags);
-        put(out, 8, last);
-        put(out, 12, otherLast);
-        put(out, 16, retry);
-        put(out, 20, received);
-        put(out, 28, next);
-        put(out, 36, original);
-        put(out, 40, count);
-        put(out, 44, info);
-        return out;
-    }
-    put(out, 0, state | (local ? 0x100 : 0) | flags);
-    put(out, 4, last);
-    put(out, 16, versionRecords);
-    put(out, 20, retry);
-    put(out, 24, received);
-    put(out, 32, next);
-    put(out, 40, original);
-    put(out, 44, count);
-    put(out, 48, info);
-    put(out, 52, params);
-    put(out, 56, address);
-    put(out, 60, port);
+    std::string out =
+        version == 2
+            ? fields(word, flags, last, otherLast, retry, received, next, original, count, info)
+            : fields(word | flags, last, std::uint64_t{0}, versionRecords, retry, received, next,
+                     original, count, info, params, address, port);
+    out.resize(64);
     return out;
 }
 
 std::string OldMail::recipient(const OldRecipient& rcpt) const {
-    std::string out(rcptBytes(), '\0');
-    if (version < 2) {
-        put8(out, 0, rcpt.state);
-        put16(out, 1, rcpt.dataVersion);
-        std::size_t at = 3;
-        if (version == 1) {
-            put(out, 3, rcpt.domain);
-            put(out, 7, rcpt.account);
-            at = 11;
-        }
-        put(out, at, rcpt.mbox);
-        put(out, at + 4, rcpt.actions);
-        put(out, at + 8, rcpt.fail);
-        put(out, at + 12, rcpt.local);
-        return out;
+    const std::string begin =
+        fields(static_cast<std::uint8_t>(rcpt.state), static_cast<std::uint16_t>(rcpt.dataVersion));
+    const std::string owner = fields(rcpt.domain, rcpt.account);
+    const std::string old = fields(rcpt.mbox, rcpt.actions, rcpt.fail, rcpt.local);
+    switch (version) {
+    case 0:
+        return begin + old;
+    case 1:
+        return begin + owner + old;
+    case 2:
+        return fields(rcpt.state | rcpt.flags, rcpt.dataVersion, 0) + owner + old;
+    default:
+        // From version 4 on with the host, from 5 on with the flags of the message.
+        return (fields(rcpt.state | rcpt.flags, rcpt.dataVersion) + owner +
+                fields(rcpt.mbox, rcpt.fail, rcpt.actions, rcpt.relay, rcpt.messageFlags))
+            .substr(0, version == 3   ? 28
+                       : version == 4 ? 32
+                                      : 36);
     }
-    put(out, 0, rcpt.state | rcpt.flags);
-    put(out, 4, rcpt.dataVersion);
-    if (version == 2) {
-        put(out, 12, rcpt.domain);
-        put(out, 16, rcpt.account);
-        put(out, 20, rcpt.mbox);
-        put(out, 24, rcpt.actions);
-        put(out, 28, rcpt.fail);
-        put(out, 32, rcpt.local);
-        return out;
-    }
-    put(out, 8, rcpt.domain);
-    put(out, 12, rcpt.account);
-    put(out, 16, rcpt.mbox);
-    put(out, 20, rcpt.fail);
-    put(out, 24, rcpt.actions);
-    if (version > 3) {
-        put(out, 28, rcpt.relay);
-    }
-    if (version > 4) {
-        put(out, 32, rcpt.messageFlags);
-    }
-    return out;
 }
 
 std::string OldMail::file() const {
     std::string out = "HMIQF$";
     out += static_cast<char>(version);
     out += std::string("\0\x09\x09", 3) + block(); // any minor version
-    std::string records(versionsBytes(), '\0');
-    for (std::size_t v = 0; v < storageIds.size() && version > 2; ++v) {
-        put(records, 20 * v + 12, storageIds[v]);
+    if (version > 2) {
+        std::string records(20 * std::size_t{((versionRecords - 1) | 15) + 1}, '\0');
+        for (std::size_t v = 0; v < storageIds.size(); ++v) {
+            records.replace(20 * v + 12, 8, fields(storageIds[v]));
+        }
+        out += records;
     }
-    out += records;
+    std::string strings;
+    for (const std::string& text : front) {
+        strings += text + '\0';
+    }
     for (const OldRecipient& rcpt : rcpts) {
         out += recipient(rcpt);
-    }
-    for (const std::string& text : front) {
-        out += text + '\0';
-    }
-    for (const OldRecipient& rcpt : rcpts) {
-        out += rcpt.address + '\0';
+        strings += rcpt.address + '\0';
     }
     for (const std::string& text : others) {
-        out += text + '\0';
+        strings += text + '\0';
     }
-    return out;
+    return out + strings;
 }

@@ -45,12 +45,6 @@ struct OldMail {
     std::uint32_t action(std::uint32_t previous, const std::string& text);
     std::uint32_t param(std::uint32_t previous, const std::string& text);
 
-    std::size_t blockBytes() const { return version < 2 ? 30 : 64; }
-    std::size_t rcptBytes() const;
-    std::size_t versionsBytes() const;
-    std::size_t rcptsAt() const { return 10 + blockBytes() + versionsBytes(); }
-    std::size_t tableAt() const { return rcptsAt() + rcpts.size() * rcptBytes(); }
-
     std::string file() const;
 
 private:

@@ -4,11 +4,10 @@
 #include "queue/mail_shepherd.h"
 #include "queue/random_range.h"
 #include "tests/queue/queue_fixture.h"
+#include "tests/support/size_limit.h"
 
 #include <sys/resource.h>
-#include <sys/stat.h>
 
-#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
@@ -18,12 +17,10 @@ namespace fs = std::filesystem;
 
 namespace {
 
-class Lifecycle : public QueueTest {
+class Lifecycle : public AttachedTest {
 protected:
-    void SetUp() override { attach(queue); }
-
-    std::vector<std::string> mailFiles() const {
-        std::vector<std::string> files;
+    Strings mailFiles() const {
+        Strings files;
         for (const std::string& name : listTree(root)) {
             if (name != ".mql_auth" && !name.ends_with("/")) {
                 files.push_back(name + ":" + std::to_string(fs::file_size(root + "/" + name)));
@@ -31,12 +28,6 @@ protected:
         }
         return files;
     }
-    MailItem* bind(int id, int timeout = 0) {
-        bool badFile = false;
-        return queue.bindMail(id, timeout, false, badFile);
-    }
-
-    MailQueue queue;
 };
 
 class Shepherd : public MailShepherd {
@@ -49,11 +40,11 @@ public:
         return drop;
     }
     static std::string name(MailItem* item) { return hex(static_cast<unsigned>(item->getId()), 6); }
-    std::vector<std::string> take() { return std::exchange(heard, {}); }
+    Strings take() { return std::exchange(heard, {}); }
 
     bool processing = true;
     bool drop = false;
-    std::vector<std::string> heard;
+    Strings heard;
 };
 
 TEST_F(Lifecycle, leavesTheLegalStatesOnTheDisk) {
@@ -61,12 +52,11 @@ TEST_F(Lifecycle, leavesTheLegalStatesOnTheDisk) {
     MailItem* item = queue.newMail();
     ASSERT_NE(nullptr, item);
     const int id = item->getId();
-    const std::string mail = "00/" + std::string(1, 'X') + hex(static_cast<unsigned>(id), 4);
-    const auto file = [&](char family) { return std::string(mail).replace(3, 1, 1, family); };
+    const std::string digits = hex(static_cast<unsigned>(id), 4);
+    const auto file = [&](char family) { return std::string("00/") + family + digits; };
     EXPECT_EQ(MailItem::NEW_MAIL, item->getState());
-    EXPECT_EQ(std::vector<std::string>{file('S') + ":0"}, mailFiles());
-    EXPECT_EQ(-1, item->addRCPT("early@x"));
-    EXPECT_EQ(HE_INVALOP, Thread::getLastError());
+    EXPECT_EQ(Strings{file('S') + ":0"}, mailFiles());
+    EXPECT_EQ(HE_INVALOP, errorOf(item->addRCPT("early@x")));
     EXPECT_EQ(nullptr, item->endRCPT(&queue));
 
     EXPECT_EQ(0, item->setRPath("from@x", nullptr, "me"));
@@ -78,20 +68,18 @@ TEST_F(Lifecycle, leavesTheLegalStatesOnTheDisk) {
     EXPECT_STREQ("me", item->getString(2));
     char name[256];
     int size = sizeof name;
-    EXPECT_EQ(-1, item->getDataFileName(&queue, 0, name, size));
-    EXPECT_EQ(HE_INVALOP, Thread::getLastError());
+    EXPECT_EQ(HE_INVALOP, errorOf(item->getDataFileName(&queue, 0, name, size)));
     EXPECT_EQ(-1, item->endData(&queue, MailQueue::SourceLocal, nullptr));
 
     IncomingStream* stream = item->endRCPT(&queue);
     ASSERT_NE(nullptr, stream);
-    EXPECT_EQ((std::vector<std::string>{file('D') + ".00:0", file('S') + ":0"}), mailFiles());
+    EXPECT_EQ((Strings{file('D') + ".00:0", file('S') + ":0"}), mailFiles());
     EXPECT_EQ(0, item->getDataFileName(&queue, 0, name, size));
     EXPECT_EQ(dataPath(id), name);
     EXPECT_EQ(static_cast<int>(dataPath(id).size()), size);
-    EXPECT_EQ(-1, item->getDataFileName(&queue, 0, name, size)); // no room for the zero
-    EXPECT_EQ(HE_FBIG, Thread::getLastError());
-    EXPECT_EQ(-1, item->getDataFileName(&queue, 1, name, size));
-    EXPECT_EQ(HE_INVAL, Thread::getLastError());
+    // No room for the zero.
+    EXPECT_EQ(HE_FBIG, errorOf(item->getDataFileName(&queue, 0, name, size)));
+    EXPECT_EQ(HE_INVAL, errorOf(item->getDataFileName(&queue, 1, name, size)));
     const std::unique_ptr<char[]> stateName(item->getStateFileName(&queue));
     EXPECT_EQ(statePath(id), stateName.get());
 
@@ -101,16 +89,11 @@ TEST_F(Lifecycle, leavesTheLegalStatesOnTheDisk) {
     EXPECT_EQ(nullptr, item);
     EXPECT_EQ(0U, queue.getMarkerError());
     Stream::release(stream);
-    EXPECT_EQ((std::vector<std::string>{file('D') + ".00:6", file('S') + ":767",
-                                        "locals/" + hex(static_cast<unsigned>(id), 6) + ":0"}),
+    EXPECT_EQ((Strings{file('D') + ".00:6", file('S') + ":767", "locals/00" + digits + ":0"}),
               mailFiles());
-    struct stat status {};
-    ASSERT_EQ(0, ::stat(dataPath(id).c_str(), &status));
-    EXPECT_EQ(0660U, status.st_mode & 07777U);
-    EXPECT_EQ(
-        (std::vector<std::string>{"I Set mail state to NEW MAIL", "I Set mail state to ADD RCPTs",
-                                  "I Set mail state to GET DATA", "I Set mail state to RECEIVED"}),
-        LogCapture::lines);
+    EXPECT_EQ((Strings{"I Set mail state to NEW MAIL", "I Set mail state to ADD RCPTs",
+                       "I Set mail state to GET DATA", "I Set mail state to RECEIVED"}),
+              LogCapture::lines);
     EXPECT_EQ(0, queue.endData(item, MailQueue::SourceLocal, nullptr)); // null by now
     EXPECT_EQ(0, queue.removeMail(item));
     EXPECT_EQ(0, queue.unbindMail(item, false));
@@ -145,12 +128,10 @@ TEST_F(Lifecycle, takesAMailWithoutRecipientsOrStream) {
 
 TEST_F(Lifecycle, needsAnEntryDirectoryAndAFreeId) {
     MailQueue unattached;
-    EXPECT_EQ(nullptr, unattached.newMail());
-    EXPECT_EQ(HE_INVALOP, Thread::getLastError());
+    EXPECT_EQ(HE_INVALOP, errorOf(unattached.newMail()));
     MailQueue reader;
     attach(reader, 0);
-    EXPECT_EQ(nullptr, reader.newMail());
-    EXPECT_EQ(HE_INVALOP, Thread::getLastError());
+    EXPECT_EQ(HE_INVALOP, errorOf(reader.newMail()));
 
     std::srand(3);
     for (int i = 0; i < 16; ++i) {
@@ -161,8 +142,7 @@ TEST_F(Lifecycle, needsAnEntryDirectoryAndAFreeId) {
     std::srand(3);
     {
         const LogCapture log;
-        EXPECT_EQ(nullptr, queue.newMail());
-        EXPECT_EQ(HE_EEXISTS, Thread::getLastError());
+        EXPECT_EQ(HE_EEXISTS, errorOf(queue.newMail()));
         ASSERT_EQ(16U, LogCapture::lines.size());
         const std::string start = "W Unable to add file '" + root + "/00/S";
         EXPECT_TRUE(LogCapture::lines[0].starts_with(start)) << LogCapture::lines[0];
@@ -173,8 +153,7 @@ TEST_F(Lifecycle, needsAnEntryDirectoryAndAFreeId) {
     EXPECT_EQ(before, listTree(root));
     std::srand(3);
     fs::remove_all(root + "/00");
-    EXPECT_EQ(nullptr, queue.newMail());
-    EXPECT_EQ(HE_NOENT, Thread::getLastError());
+    EXPECT_EQ(HE_NOENT, errorOf(queue.newMail()));
     EXPECT_EQ(nullptr, queue.getFirst());
 }
 
@@ -184,8 +163,7 @@ TEST_F(Lifecycle, refusesAnIdThatIsStillInMemory) {
     fs::remove(statePath(item->getId())); // by somebody else
     support::writeFile(dataPath(item->getId()), "of the mail in memory");
     std::srand(5);
-    EXPECT_EQ(nullptr, queue.newMail());
-    EXPECT_EQ(HE_EEXISTS, Thread::getLastError());
+    EXPECT_EQ(HE_EEXISTS, errorOf(queue.newMail()));
     EXPECT_FALSE(fs::exists(statePath(item->getId())));
     EXPECT_TRUE(fs::exists(dataPath(item->getId())));
     EXPECT_EQ(item, queue.getFirst());
@@ -197,8 +175,7 @@ TEST_F(Lifecycle, comesBackFromADataFileThatCannotBeMade) {
     item->setRPath("a@x", nullptr, nullptr);
     item->addRCPT("b@x");
     support::writeFile(dataPath(item->getId()), "foreign");
-    EXPECT_EQ(nullptr, item->endRCPT(&queue));
-    EXPECT_EQ(HE_EEXISTS, Thread::getLastError());
+    EXPECT_EQ(HE_EEXISTS, errorOf(item->endRCPT(&queue)));
     EXPECT_EQ(MailItem::ADD_RCPTS, item->getState());
     EXPECT_FALSE(item->hasRecord());
     EXPECT_EQ("foreign", support::readFile(dataPath(item->getId())));
@@ -211,19 +188,15 @@ TEST_F(Lifecycle, comesBackFromADataFileThatCannotBeMade) {
 }
 
 TEST_F(Lifecycle, keepsTheMailWithItsCallerWhenTheHandOverFails) {
-    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-    rlimit old{};
-    ASSERT_EQ(0, ::getrlimit(RLIMIT_FSIZE, &old));
     // Limits that the state file, and that data and state file, do not fit.
     for (const rlim_t limit : {rlim_t{700}, rlim_t{1}}) {
         IncomingStream* stream = nullptr;
         MailItem* item = fill(queue, {"a@x"}, "data\r\n", stream);
         const int id = item->getId();
-        const rlimit small = {limit, old.rlim_max};
-        ASSERT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &small));
-        EXPECT_EQ(-1, queue.endData(item, MailQueue::SourceLocal, stream));
-        EXPECT_EQ(HE_FBIG, Thread::getLastError());
-        ASSERT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &old));
+        {
+            const support::SizeLimit full(limit);
+            EXPECT_EQ(HE_FBIG, errorOf(queue.endData(item, MailQueue::SourceLocal, stream)));
+        }
         ASSERT_NE(nullptr, item);
         EXPECT_EQ(MailItem::GET_DATA, item->getState());
         EXPECT_FALSE(fs::exists(markerPath(id)));
@@ -239,7 +212,6 @@ TEST_F(Lifecycle, keepsTheMailWithItsCallerWhenTheHandOverFails) {
         EXPECT_FALSE(fs::exists(statePath(id)));
         EXPECT_FALSE(fs::exists(dataPath(id)));
     }
-    std::signal(SIGXFSZ, handler);
 }
 
 TEST_F(Lifecycle, refusesToHandOverWhatWasRemoved) {
@@ -247,8 +219,7 @@ TEST_F(Lifecycle, refusesToHandOverWhatWasRemoved) {
         IncomingStream* stream = nullptr;
         MailItem* item = fill(queue, {"a@x"}, "x", stream);
         fs::remove(data ? dataPath(item->getId()) : statePath(item->getId()));
-        EXPECT_EQ(-1, queue.endData(item, MailQueue::SourceLocal, stream));
-        EXPECT_EQ(HE_NOENT, Thread::getLastError());
+        EXPECT_EQ(HE_NOENT, errorOf(queue.endData(item, MailQueue::SourceLocal, stream)));
         ASSERT_NE(nullptr, item);
         queue.removeMail(item);
         Stream::release(stream);
@@ -302,8 +273,7 @@ TEST_F(Lifecycle, bindsFromTheDiskAndTellsBadFiles) {
     EXPECT_EQ(0, queue.rawUnbindMail(item, true)); // stays while it is being processed
     EXPECT_EQ(item, queue.getFirst());
     item = bind(id);
-    EXPECT_EQ(-1, queue.removeMail(item));
-    EXPECT_EQ(HE_INVALOP, Thread::getLastError());
+    EXPECT_EQ(HE_INVALOP, errorOf(queue.removeMail(item)));
     EXPECT_TRUE(fs::exists(statePath(id)));
 
     support::writeFile(statePath(1), "");
@@ -348,9 +318,9 @@ TEST_F(Lifecycle, removesAllFilesOfAMail) {
     EXPECT_EQ(0, queue.removeMail(item));
     EXPECT_EQ(nullptr, item);
     const std::string mail = "00/D" + hex(static_cast<unsigned>(id), 4);
-    EXPECT_EQ((std::vector<std::string>{mail + ".12:0", mail + ".13:0",
-                                        "00/Z" + mail.substr(4) + ".assoc/FFFFFF.01:0"}),
-              mailFiles());
+    EXPECT_EQ(
+        (Strings{mail + ".12:0", mail + ".13:0", "00/Z" + mail.substr(4) + ".assoc/FFFFFF.01:0"}),
+        mailFiles());
     EXPECT_EQ("I Set mail state to REMOVED", LogCapture::lines.at(0));
     EXPECT_EQ(0, queue.getQueueSize());
     EXPECT_EQ(nullptr, bind(id));
@@ -371,11 +341,10 @@ TEST_F(Lifecycle, logsStatesAndRefusesUnknownOnes) {
     item->setRCPTDataVersion(0, 1);
     item->setState(50);
     item->setState(128);
-    EXPECT_EQ((std::vector<std::string>{
-                  "I Set recipient <a@x> state to PROCESSED - LOCAL",
-                  "I Set recipient <a@x> state to null", "E Invalid recipient state used: 200",
-                  "I Set recipient <a@x> data version to 1", "I Set mail state to null",
-                  "E Invalid mail state used: 128"}),
+    EXPECT_EQ((Strings{"I Set recipient <a@x> state to PROCESSED - LOCAL",
+                       "I Set recipient <a@x> state to null", "E Invalid recipient state used: 200",
+                       "I Set recipient <a@x> data version to 1", "I Set mail state to null",
+                       "E Invalid mail state used: 128"}),
               LogCapture::lines);
     EXPECT_STREQ("QUARANTINED", MailItem::rcptStateCodes[14]);
     EXPECT_STREQ("GET DATA", MailItem::globalStateCodes[66]);
@@ -388,13 +357,12 @@ TEST_F(Lifecycle, tellsItsShepherd) {
     MailQueue server(&shepherd);
     attach(server);
     shepherd.processing = false;
-    EXPECT_EQ(nullptr, server.newMail());
-    EXPECT_EQ(HE_NOPROCESSING, Thread::getLastError());
+    EXPECT_EQ(HE_NOPROCESSING, errorOf(server.newMail()));
     shepherd.processing = true;
 
     const int id = submit(server);
     const std::string name = hex(static_cast<unsigned>(id), 6);
-    EXPECT_EQ(std::vector<std::string>{"received " + name}, shepherd.take());
+    EXPECT_EQ(Strings{"received " + name}, shepherd.take());
     EXPECT_FALSE(fs::exists(markerPath(id)));
     EXPECT_NE(nullptr, server.getFirst());
     const int raw = submit(server, {"a@b"}, "x", MailQueue::SourceRaw);
@@ -407,13 +375,12 @@ TEST_F(Lifecycle, tellsItsShepherd) {
     server.removeMail(item);
     EXPECT_EQ(nullptr, server.bindMail(5, 0, true, badFile)); // nor of a bad file
     item = server.bindMail(id, 0, false, badFile);
-    EXPECT_EQ(nullptr, server.bindMail(id, 0, true, badFile)); // busy
-    EXPECT_EQ(HE_TIMEOUT, Thread::getLastError());
+    EXPECT_EQ(HE_TIMEOUT, errorOf(server.bindMail(id, 0, true, badFile))); // busy
     server.removeMail(item);
-    EXPECT_EQ((std::vector<std::string>{"bind " + name, "unbind " + name, "error " + name,
-                                        "unbind " + name}),
+    EXPECT_EQ((Strings{"bind " + name, "unbind " + name, "error " + name, "unbind " + name}),
               shepherd.take());
     EXPECT_EQ(0, server.getQueueSize());
+    EXPECT_EQ(HE_INVALOP, errorOf(server.removeMailFiles(id)));
 
     shepherd.drop = true; // what is received leaves memory
     const int dropped = submit(server);

@@ -1,6 +1,5 @@
 // File names, and the removal of a mail's files by its id alone.
 
-#include "queue/mail_shepherd.h"
 #include "tests/queue/queue_fixture.h"
 
 #include <cstdlib>
@@ -8,15 +7,7 @@
 
 namespace {
 
-class Names : public QueueTest {};
-
-class NoShepherd : public MailShepherd {
-public:
-    bool isProcessing() const override { return true; }
-    void bindNotification(MailItem*) override {}
-    void bindErrorNotification(unsigned) override {}
-    bool unbindNotification(MailItem*, bool) override { return false; }
-};
+using Names = AttachedTest;
 
 TEST_F(Names, followTheIdInATreeAndFlat) {
     struct Row {
@@ -36,8 +27,6 @@ TEST_F(Names, followTheIdInATreeAndFlat) {
         {-1, 0xFFFFFFFF, "FFFF/DFFFF.FFFFFFFF", "DFFFFFFFF.FFFFFFFF"},
     };
     MailQueue flat;
-    MailQueue queue;
-    attach(queue);
     for (const Row& row : rows) {
         EXPECT_EQ(root + "/" + row.data, queue.getDataFileName(row.id, row.version));
         EXPECT_STREQ(row.flatData, flat.getDataFileName(row.id, row.version));
@@ -49,8 +38,6 @@ TEST_F(Names, followTheIdInATreeAndFlat) {
 }
 
 TEST_F(Names, aTemporaryNameIsFree) {
-    MailQueue queue;
-    attach(queue);
     std::srand(7);
     const std::string first = queue.generateTemporaryFileName(0x12);
     EXPECT_EQ((root + "/00/D0012.").size() + 11, first.size());
@@ -61,8 +48,6 @@ TEST_F(Names, aTemporaryNameIsFree) {
 }
 
 TEST_F(Names, removeMailFilesTakesWhatIsThereAndLeavesMemoryAlone) {
-    MailQueue queue;
-    attach(queue);
     MailItem* item = queue.newMail();
     ASSERT_NE(nullptr, item);
     const std::string before = queue.getAssociatedFileName(1, 'P');
@@ -78,11 +63,6 @@ TEST_F(Names, removeMailFilesTakesWhatIsThereAndLeavesMemoryAlone) {
     EXPECT_EQ(0, queue.removeMailFiles(id));
     EXPECT_FALSE(std::filesystem::exists(statePath(id)));
     EXPECT_FALSE(std::filesystem::exists(dataPath(id)));
-
-    NoShepherd shepherd;
-    MailQueue server(&shepherd);
-    EXPECT_EQ(-1, server.removeMailFiles(id));
-    EXPECT_EQ(HE_INVALOP, Thread::getLastError());
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "tests/queue/queue_fixture.h"
 
+#include "common/container/key.h"
+#include "common/container/rb_tree.h"
 #include "common/log/log.h"
 
 #include <algorithm>
@@ -20,7 +22,7 @@ template <char kind> [[gnu::format(printf, 1, 2)]] void capture(const char* form
 
 } // namespace
 
-std::vector<std::string> LogCapture::lines;
+Strings LogCapture::lines;
 
 LogCapture::LogCapture() {
     lines.clear();
@@ -35,14 +37,24 @@ LogCapture::~LogCapture() {
     logError = debug_logError;
 }
 
-std::vector<std::string> listTree(const std::string& path) {
-    std::vector<std::string> found;
+Strings listTree(const std::string& path) {
+    Strings found;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(path)) {
         found.push_back(std::filesystem::relative(entry.path(), path).string() +
                         (entry.is_directory() ? "/" : ""));
     }
     std::sort(found.begin(), found.end());
     return found;
+}
+
+unsigned errorOf(long long result, long long failure) {
+    EXPECT_EQ(failure, result);
+    return Thread::getLastError();
+}
+
+unsigned errorOf(const void* result) {
+    EXPECT_EQ(nullptr, result);
+    return Thread::getLastError();
 }
 
 std::string hex(unsigned value, int width) {
@@ -56,8 +68,8 @@ std::string QueueTest::path(int id, char family) const {
     return root + "/" + hex(value >> 16, 2) + "/" + family + hex(value & 0xFFFF, 4);
 }
 
-MailItem* QueueTest::fill(MailQueue& queue, const std::vector<std::string>& rcpts,
-                          std::string_view data, IncomingStream*& stream) {
+MailItem* QueueTest::fill(MailQueue& queue, const Strings& rcpts, std::string_view data,
+                          IncomingStream*& stream) {
     MailItem* item = queue.newMail();
     EXPECT_NE(nullptr, item);
     EXPECT_EQ(0, item->setRPath("from@x", "auth@x", nullptr));
@@ -71,8 +83,8 @@ MailItem* QueueTest::fill(MailQueue& queue, const std::vector<std::string>& rcpt
     return item;
 }
 
-int QueueTest::submit(MailQueue& queue, const std::vector<std::string>& rcpts,
-                      std::string_view data, MailQueue::SourceTypes source) {
+int QueueTest::submit(MailQueue& queue, const Strings& rcpts, std::string_view data,
+                      MailQueue::SourceTypes source) {
     IncomingStream* stream = nullptr;
     MailItem* item = fill(queue, rcpts, data, stream);
     const int id = item->getId();
@@ -90,6 +102,11 @@ std::string bytes(std::initializer_list<unsigned> values) {
     return text;
 }
 
+unsigned AttachedTest::drop(MailItem* item) {
+    queue.rawUnbindMail(item, true);
+    return 0;
+}
+
 MailItem* StateFileTest::load(const std::string& content, int id) {
     support::writeFile(statePath(id), content);
     bool badFile = false;
@@ -104,22 +121,56 @@ unsigned StateFileTest::loadError(const std::string& content) {
     return item != nullptr ? drop(item) : Thread::getLastError();
 }
 
-unsigned StateFileTest::drop(MailItem* item) {
-    queue.rawUnbindMail(item, true);
-    return 0;
-}
-
 MailItem* StateFileTest::reload(MailItem* item) {
     const int id = item->getId();
     EXPECT_EQ(0, item->saveToFile(nullptr));
     drop(item);
-    bool badFile = false;
-    item = queue.bindMail(id, 0, false, badFile);
+    item = bind(id);
     EXPECT_NE(nullptr, item);
     return item;
 }
 
-MailItem* StateFileTest::submitAndBind(const std::vector<std::string>& rcpts) {
-    bool badFile = false;
-    return queue.bindMail(submit(queue, rcpts), 0, false, badFile);
+MailItem*
+StateFileTest::loadChanged(const Strings& others,
+                           std::initializer_list<std::pair<std::size_t, std::string>> changes) {
+    MailItem* item = submitAndBind({"a@x"});
+    for (const std::string& text : others) {
+        item->addString(text.c_str());
+    }
+    EXPECT_EQ(0, item->saveToFile(nullptr));
+    std::string file = stateOf(item);
+    drop(item);
+    for (const auto& [at, value] : changes) {
+        file.replace(at, value.size(), value);
+    }
+    item = load(file);
+    EXPECT_NE(nullptr, item);
+    return item;
+}
+
+Strings StateFileTest::mboxes(MailItem* item, int rcpt, int capacity) {
+    const char* names[16];
+    const int count = item->getRCPTMboxes(rcpt, names, capacity);
+    return {names, names + std::min(count, capacity)};
+}
+
+std::string StateFileTest::slots(MailItem* item, int field, int rcpt) {
+    RBTree found;
+    if (item->doGetRCPTSlots(field, rcpt, &found) == -1) {
+        return "broken";
+    }
+    std::string text;
+    HKey* key = nullptr;
+    void* value = nullptr;
+    while (found.next(key, value) == 0) {
+        text += std::to_string(static_cast<Int32Key*>(key)->getValue()) + "=" +
+                static_cast<const char*>(value) + " ";
+    }
+    return text;
+}
+
+Strings StateFileTest::params(MailItem* item) {
+    SimpleVector<const char*> list;
+    item->listParams(list);
+    return {list.data, list.data + list.size};
 }
