@@ -87,6 +87,11 @@ std::vector<std::string> LoaderTest::takeLog() {
     return std::exchange(logLines, {});
 }
 
+unsigned LoaderTest::errorOf(int result) {
+    EXPECT_EQ(-1, result);
+    return Thread::getLastError();
+}
+
 int LoaderTest::load(std::string text, const char* className, bool strict, Object* root) {
     MemoryStream input(text.data(), static_cast<long long>(text.size()));
     const ObjectClass* expected =

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -24,6 +25,9 @@ protected:
     int load(std::string text, const char* className = "Server", bool strict = false,
              HConfig::Object* root = nullptr);
 
+    // The error of a load that failed.
+    static unsigned errorOf(int result);
+
     // An attribute as text, by its path of names: a value as it prints, a set in parentheses,
     // objects of a set by their keys; "-" for a child or set that is not there.
     std::string show(const std::string& path) const;
@@ -33,6 +37,10 @@ protected:
 
     std::unique_ptr<HConfig::Object> loaded;
 };
+
+inline std::span<const HConfig::Attribute> attributesOf(const HConfig::ObjectClass& objectClass) {
+    return {objectClass.attributesBegin(), objectClass.attributesEnd()};
+}
 
 std::string showAttribute(const HConfig::Object& object, const HConfig::Attribute& attribute);
 

@@ -106,13 +106,10 @@ TEST_F(ObjectsTest, FastSetTakesTheTextOver) {
 TEST_F(ObjectsTest, ValueSetsHoldEachValueOnce) {
     ASSERT_EQ(root->addStringValue(TAGS, "b"), 0);
     ASSERT_EQ(root->addValue(TAGS, text("a")), 0);
-    EXPECT_EQ(root->addStringValue(TAGS, "A"), -1);
-    EXPECT_EQ(lastError(), HE_CFG_VALUE_EXISTS);
-    EXPECT_EQ(root->addValue(TAGS, text("B")), -1);
-    EXPECT_EQ(lastError(), HE_CFG_VALUE_EXISTS);
+    EXPECT_EQ(errorOf(root->addStringValue(TAGS, "A")), HE_CFG_VALUE_EXISTS);
+    EXPECT_EQ(errorOf(root->addValue(TAGS, text("B"))), HE_CFG_VALUE_EXISTS);
     ASSERT_EQ(root->addStringValue(TAGS, "c"), 0);
-    EXPECT_EQ(root->addStringValue(TAGS, "d"), -1);
-    EXPECT_EQ(lastError(), HE_CFG_TOO_MANY_OBJECTS);
+    EXPECT_EQ(errorOf(root->addStringValue(TAGS, "d")), HE_CFG_TOO_MANY_OBJECTS);
     EXPECT_TRUE(root->hasValue(TAGS, text("C")));
     EXPECT_FALSE(root->hasValue(TAGS, text("d")));
 
@@ -124,8 +121,7 @@ TEST_F(ObjectsTest, ValueSetsHoldEachValueOnce) {
     EXPECT_EQ(root->listValues(TAGS, copies), 3u);
     EXPECT_EQ(root->removeStringValue(TAGS, "B"), 0);
     EXPECT_STREQ(copies.get(1).asText(), "b") << "copies outlive the set's values";
-    EXPECT_EQ(root->removeValue(TAGS, text("B")), -1);
-    EXPECT_EQ(lastError(), HE_CFG_VALUE_NOT_FOUND);
+    EXPECT_EQ(errorOf(root->removeValue(TAGS, text("B"))), HE_CFG_VALUE_NOT_FOUND);
     root->removeAllValues(TAGS);
     EXPECT_EQ(root->getValueCount(TAGS), 0u);
 
@@ -163,16 +159,13 @@ TEST_F(ObjectsTest, UpdateValuesIsAllOrNothing) {
 TEST_F(ObjectsTest, ObjectSetsAreKeptInKeyOrderWithoutEquals) {
     EXPECT_EQ(add(MEMBERS, leaf("b")), 0);
     EXPECT_EQ(add(MEMBERS, leaf("a")), 0);
-    EXPECT_EQ(add(MEMBERS, leaf("B", 9)), -1);
-    EXPECT_EQ(lastError(), HE_CFG_OBJECT_EXISTS);
+    EXPECT_EQ(errorOf(add(MEMBERS, leaf("B", 9))), HE_CFG_OBJECT_EXISTS);
     EXPECT_EQ(add(MEMBERS, leaf("c")), 0);
-    EXPECT_EQ(add(MEMBERS, leaf("d")), -1);
-    EXPECT_EQ(lastError(), HE_CFG_TOO_MANY_OBJECTS);
+    EXPECT_EQ(errorOf(add(MEMBERS, leaf("d"))), HE_CFG_TOO_MANY_OBJECTS);
     EXPECT_EQ(names(*root, MEMBERS), "a b c ");
     EXPECT_EQ(root->findObject(MEMBERS, leaf("B").get())->getValue(LEVEL).asUnsigned(), 1u)
         << "the first stays";
-    EXPECT_EQ(root->removeObject(MEMBERS, leaf("x").get()), -1);
-    EXPECT_EQ(lastError(), HE_CFG_OBJECT_NOT_FOUND);
+    EXPECT_EQ(errorOf(root->removeObject(MEMBERS, leaf("x").get())), HE_CFG_OBJECT_NOT_FOUND);
     EXPECT_EQ(root->removeObject(MEMBERS, leaf("A").get()), 0);
     EXPECT_EQ(names(*root, MEMBERS), "b c ");
     root->removeAllObjects(MEMBERS);

@@ -2,6 +2,7 @@
 
 #include "config/calendar.h"
 #include "config/menu.h"
+#include "tests/config/loader_fixture.h"
 
 #include <gtest/gtest.h>
 
@@ -37,10 +38,9 @@ std::unique_ptr<Object> RandomTree::make(const ObjectClass& objectClass) {
 
 void RandomTree::fill(Object& object, unsigned oneIn, unsigned depth) {
     const ObjectClass& objectClass = *object.getObjectClass();
-    for (const Attribute* a = objectClass.attributesBegin(); a != objectClass.attributesEnd();
-         ++a) {
-        if (below(oneIn) == 0 || a->getKind() == KIND_OBJECT) {
-            fillAttribute(object, *a, oneIn, depth);
+    for (const Attribute& a : attributesOf(objectClass)) {
+        if (below(oneIn) == 0 || a.getKind() == KIND_OBJECT) {
+            fillAttribute(object, a, oneIn, depth);
         }
     }
 }
@@ -243,10 +243,9 @@ std::string dump(const Object& object, const Attribute& attribute, bool ownLife)
 std::string dump(const Object& object, bool ownLife) {
     const ObjectClass& objectClass = *object.getObjectClass();
     std::string text = std::string(objectClass.getItemName()) + "{";
-    for (const Attribute* a = objectClass.attributesBegin(); a != objectClass.attributesEnd();
-         ++a) {
-        if (ownLife || !a->hasFlag(FLAG_OWN_LIFE)) {
-            text += dump(object, *a, ownLife);
+    for (const Attribute& a : attributesOf(objectClass)) {
+        if (ownLife || !a.hasFlag(FLAG_OWN_LIFE)) {
+            text += dump(object, a, ownLife);
         }
     }
     return text + "}";

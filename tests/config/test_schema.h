@@ -78,7 +78,10 @@ protected:
         object->setValue(PAIR_B, HConfig::Value(b));
         return object;
     }
-    static unsigned lastError() { return Thread::getLastError(); }
+    static unsigned errorOf(int result) {
+        EXPECT_EQ(result, -1);
+        return Thread::getLastError();
+    }
 };
 
 } // namespace testschema

@@ -61,52 +61,23 @@ TEST_F(TextLoaderTest, EveryFormOfValueReachesItsAttribute) {
     }
 }
 
-TEST_F(TextLoaderTest, QuotedTextsKeepAllButTheirEscapes) {
-    struct Row {
-        std::string quoted;
-        std::string value;
-    };
-    const Row rows[] = {
+// All other texts go through the scanner's plain reference.
+TEST_F(TextLoaderTest, TextsArriveWhole) {
+    const std::pair<std::string, std::string> rows[] = {
         {R"("")", ""},
-        {R"("a b")", "a b"},
-        {R"("a\nb")", "a\\nb"},
-        {R"("a\\b")", "a\\b"},
-        {R"("a\"b")", "a\"b"},
-        {R"("\\\"")", "\\\""},
-        {R"("#(){}=*/'")", "#(){}=*/'"},
-        {"\"a\nb\r\nc\"", "a\nb\r\nc"},
-        {"\"a\rb\"", "ab"},
-        {"\"a\\\nb\"", "a\nb"},
-        {"\"\x80\xFF\"", "\x80\xFF"},
-        {"\"" + std::string(4095, 'x') + "\"", std::string(4095, 'x')},
+        {R"("a \\ \n \" b")", R"(a \ \n " b)"},
+        {"\"a\rb\nc\r\nd\\\ne\"", "ab\nc\r\nd\ne"},
+        {"\"\x80\xFF" + std::string(4093, 'x') + "\"", "\x80\xFF" + std::string(4093, 'x')},
         {std::string(4095, 'x'), std::string(4095, 'x')},
-        {"a/b", "a/b"},
-        {"*", "*"},
-        {"a*b", "a*b"},
-        {"//x", "//x"},
-        {"a//", "a//"},
-        {"*// ", "*"},
-        {"\\x", "\\x"},
+        {"\\x*// ", "\\x*"},
     };
-    for (const Row& row : rows) {
-        EXPECT_EQ(0, load("MappingData { userMap = " + row.quoted + " mappingHost = h }", nullptr))
-            << row.quoted;
-        EXPECT_EQ(row.value, show("userMap"));
+    for (const auto& [text, value] : rows) {
+        EXPECT_EQ(0, load("MappingData { userMap = " + text + " mappingHost = h }", nullptr))
+            << text;
+        EXPECT_EQ(value, show("userMap"));
         EXPECT_EQ("h", show("mappingHost"));
         EXPECT_EQ(Lines(), takeLog());
     }
-}
-
-TEST_F(TextLoaderTest, DefaultsFillWhatTheInputLeavesOut) {
-    ASSERT_EQ(0, load("Server { maxIndexingThreads = 3 }"));
-    EXPECT_EQ("3", show("maxIndexingThreads"));
-    EXPECT_EQ("10", show("maxMigrationThreads"));
-    EXPECT_EQ("", show("primaryDomain"));
-    EXPECT_EQ("queue", show("processing.queuePath"));
-
-    // A choice set that was given as an empty set was given.
-    ASSERT_EQ(0, load("Server { services = ( ) }"));
-    EXPECT_EQ("()", show("services"));
 }
 
 TEST_F(TextLoaderTest, TwoMajorObjectsFillOneRoot) {
@@ -124,8 +95,7 @@ TEST_F(TextLoaderTest, OnlyCommentsGiveAGivenRootItsDefaults) {
     EXPECT_EQ(10U, server.getValue(10).asUnsigned());
     EXPECT_EQ(Lines(), takeLog());
 
-    EXPECT_EQ(-1, load("# nothing\n"));
-    EXPECT_EQ(HE_NOENT, Thread::getLastError());
+    EXPECT_EQ(HE_NOENT, errorOf(load("# nothing\n")));
     EXPECT_EQ(Lines({"3 (MemoryStream)(1:1): No object found"}), takeLog());
 }
 
@@ -145,14 +115,8 @@ const WarningRow warningRows[] = {
      "(2:0): Attribute 'serverName' already set for 'Server' "
      "object; value ignored",
      "serverName", "a"},
-    {"maxIndexingThreads = 51",
-     "(1:30): Wrong value '51' for attribute 'maxIndexingThreads' in 'Server' object",
-     "maxIndexingThreads", "2"},
     {"processing = { queueEntryCount = 257 }",
      "(1:42): Wrong value '257' for attribute 'queueEntryCount' in 'ProcessingService' object",
-     "processing.queueEntryCount", "64"},
-    {"processing = { queueEntryCount = 0 }",
-     "(1:42): Wrong value '0' for attribute 'queueEntryCount' in 'ProcessingService' object",
      "processing.queueEntryCount", "64"},
     {"maxIndexingThreads = \"x\"",
      "(1:32): Wrong value 'x' for attribute 'maxIndexingThreads' in 'Server' object",
@@ -170,9 +134,6 @@ const WarningRow warningRows[] = {
     {"userMaps = ( a b )",
      "(1:22): Invalid type of value for attribute 'userMaps'; <UserMap> object-set expected",
      "userMaps", "()"},
-    {"serverName = ( { a = ( b ) } { c = 1 } )",
-     "(1:24): Invalid type of value for attribute 'serverName'; 'String' value expected",
-     "serverName", ""},
     {"clusterSettings = { backendAddresses = a }",
      "(1:48): Invalid type of value for attribute 'backendAddresses'; 'CSString' value-set "
      "expected",
@@ -190,39 +151,29 @@ const WarningRow warningRows[] = {
      "(1:85): Cannot add 'LogRule' object for attribute 'rules'", "log.rules", "(1)"},
 };
 
+// A strict load takes a warning for an error.
 TEST_F(TextLoaderTest, AWarningCostsOneAssignment) {
     for (const WarningRow& row : warningRows) {
         const std::string text = std::string("Server {") + row.input + " sslRandomFile = rest }";
+        const std::string line = std::string(" (MemoryStream)") + row.warning;
         EXPECT_EQ(0, load(text)) << row.input;
-        EXPECT_EQ(Lines({std::string("2 (MemoryStream)") + row.warning}), takeLog());
+        EXPECT_EQ(Lines({"2" + line}), takeLog());
         EXPECT_EQ(row.value, show(row.path)) << row.input;
         EXPECT_EQ("rest", show("sslRandomFile")) << row.input;
+        EXPECT_EQ(HE_CFG_STATEMENT, errorOf(load(text, "Server", true))) << row.input;
+        EXPECT_EQ(Lines({"3" + line}), takeLog());
     }
 }
 
-TEST_F(TextLoaderTest, AStrictLoadTakesAWarningForAnError) {
-    for (const WarningRow& row : warningRows) {
-        const std::string text = std::string("Server {") + row.input + " sslRandomFile = rest }";
-        EXPECT_EQ(-1, load(text, "Server", true)) << row.input;
-        EXPECT_EQ(HE_CFG_STATEMENT, Thread::getLastError()) << row.input;
-        EXPECT_EQ(Lines({std::string("3 (MemoryStream)") + row.warning}), takeLog());
-    }
-}
-
-TEST_F(TextLoaderTest, InternalAttributesAreNotTakenFromFiles) {
-    EXPECT_EQ(0, load("Domain { name = a.b lastBackupLabelId = 5 }", "Domain"));
+TEST_F(TextLoaderTest, InternalAttributesAndTooLongNamesAreLeftOut) {
+    const std::string name(64, 'a');
+    EXPECT_EQ(0, load("Domain { name = a.b lastBackupLabelId = 5 " + name + " = 1 }", "Domain"));
     EXPECT_EQ(Lines({"2 (MemoryStream)(1:21): Internal attribute 'lastBackupLabelId' ignored for a "
-                     "'Domain' object"}),
+                     "'Domain' object",
+                     "2 (MemoryStream)(1:43): Attribute name '" + name +
+                         "' too long (max length is 64) for a 'Domain' object"}),
               takeLog());
     EXPECT_EQ("0", show("lastBackupLabelId"));
-}
-
-TEST_F(TextLoaderTest, AttributeNamesHaveALimit) {
-    const std::string name(64, 'a');
-    EXPECT_EQ(0, load("Server { " + name + " = 1 }"));
-    EXPECT_EQ(Lines({"2 (MemoryStream)(1:10): Attribute name '" + name +
-                     "' too long (max length is 64) for a 'Server' object"}),
-              takeLog());
 }
 
 // ---- Errors -------------------------------------------------------------------------------------
@@ -235,14 +186,11 @@ struct ErrorRow {
 
 const ErrorRow errorRows[] = {
     {"Nonsense {}", HE_CFG_INVALID_OBJECT, "(1:1): Invalid object class 'Nonsense'"},
-    {"Server } {}", HE_CFG_STATEMENT, "(1:8): Invalid statement as major object definition"},
     {"\x80", HE_CFG_STATEMENT, "(1:1): Invalid statement as major object definition"},
     {"Server", HE_CFG_STATEMENT, "(1:1): Invalid statement as major object definition"},
     {"Server {\n  a_b = 1 }", HE_CFG_STATEMENT, "(2:2): Invalid statement as attribute definition"},
     {"Server { serverName a }", HE_CFG_STATEMENT,
      "(1:21): Assignment operator ('=') for attribute 'serverName' expected"},
-    {"Server { serverName /**/ } ", HE_CFG_STATEMENT,
-     "(1:26): Assignment operator ('=') for attribute 'serverName' expected"},
     {"Server { serverName = = }", HE_CFG_STATEMENT,
      "(1:23): Invalid assignment statement for attribute 'serverName'"},
     {"Server { deeper = { serverName = = } }", HE_CFG_STATEMENT,
@@ -268,8 +216,7 @@ const ErrorRow errorRows[] = {
 
 TEST_F(TextLoaderTest, AnErrorEndsTheLoadAndTellsItsPlace) {
     for (const ErrorRow& row : errorRows) {
-        EXPECT_EQ(-1, load(row.input, nullptr)) << row.input;
-        EXPECT_EQ(row.code, Thread::getLastError()) << row.input;
+        EXPECT_EQ(row.code, errorOf(load(row.input, nullptr))) << row.input;
         const Lines lines = takeLog();
         ASSERT_FALSE(lines.empty()) << row.input;
         EXPECT_EQ(std::string("3 (MemoryStream)") + row.message, lines.back());
@@ -307,28 +254,7 @@ TEST_F(TextLoaderTest, AWrongClassIsToldAndLoadsIntoTheCallersRoot) {
     EXPECT_EQ(7U, server.getValue(9).asUnsigned());
 }
 
-TEST_F(TextLoaderTest, TooLongTokensFailAtOnce) {
-    const std::string longText(4096, 'x');
-    for (const std::string& value :
-         {longText, "\"" + longText + "\"", "\"" + longText.substr(1) + "\\\"\"",
-          "\"" + longText.substr(1) + "\n\""}) {
-        EXPECT_EQ(-1, load("MappingData { userMap = " + value + " }", nullptr));
-        EXPECT_EQ(HE_CFG_STATEMENT, Thread::getLastError());
-        EXPECT_EQ(1U, takeLog().size());
-    }
-}
-
 TEST_F(TextLoaderTest, NestingIsBoundedByTheFixedStack) {
-    const auto nested = [](std::size_t depth, const std::string& open, const std::string& close) {
-        std::string text = "UserClass { name = a";
-        for (std::size_t i = 0; i < depth; i++) {
-            text += open;
-        }
-        for (std::size_t i = 0; i <= depth; i++) {
-            text += i < depth ? close : "}";
-        }
-        return text;
-    };
     struct Row {
         std::size_t depth;
         const char* open;
@@ -341,7 +267,11 @@ TEST_F(TextLoaderTest, NestingIsBoundedByTheFixedStack) {
         {1000, " x=/**/{}", "", 0}, {5000, " x=({}{})", "", 0},
     };
     for (const Row& row : rows) {
-        EXPECT_EQ(row.result, load(nested(row.depth, row.open, row.close), nullptr)) << row.depth;
+        std::string text = "UserClass { name = a";
+        for (std::size_t i = 0; i < 2 * row.depth; i++) {
+            text += i < row.depth ? row.open : row.close;
+        }
+        EXPECT_EQ(row.result, load(text + "}", nullptr)) << row.depth;
         EXPECT_EQ("a", show("name"));
     }
 }
@@ -439,8 +369,7 @@ TEST_F(TextLoaderSchemaTest, AChildMadeOnDemandCanBeAssigned) {
 }
 
 TEST_F(TextLoaderSchemaTest, AnIncompleteChildEndsTheLoad) {
-    EXPECT_EQ(-1, load("Root { child = { level = 3 }\n}", nullptr));
-    EXPECT_EQ(HE_CFG_INVALID_OBJECT, Thread::getLastError());
+    EXPECT_EQ(HE_CFG_INVALID_OBJECT, errorOf(load("Root { child = { level = 3 }\n}", nullptr)));
     EXPECT_EQ(Lines({"3 (MemoryStream)(1:28): Incomplete specification of 'Leaf' object for "
                      "attribute 'child'"}),
               takeLog());
@@ -461,7 +390,7 @@ TEST_F(TextLoaderSchemaTest, ASetTakesNoMoreThanItMay) {
 
 class TextLoaderFileTest : public LoaderTest {
 protected:
-    int loadFile(const std::string& path, const char* className) {
+    int loadFile(const char* className) {
         const ObjectClass* expected =
             className != nullptr ? Config::theConfig->findClass(className) : nullptr;
         TextLoader loader(path.c_str(), expected, false);
@@ -472,19 +401,25 @@ protected:
     }
 
     support::TempDir directory;
+    std::string path = directory / "a.cfg";
 };
 
-TEST_F(TextLoaderFileTest, AMissingFileOfTheServerMeansDefaults) {
-    const std::string path = directory / "missing.cfg";
-    EXPECT_EQ(0, loadFile(path, "Server"));
+TEST_F(TextLoaderFileTest, AMissingFileMeansDefaultsForAServerOnly) {
+    EXPECT_EQ(0, loadFile("Server"));
     EXPECT_EQ(Lines({"1 Reading configuration file '" + path + "'",
                      "2 Configuration file '" + path + "' does not exists, using defaults"}),
               takeLog());
     EXPECT_EQ("queue", show("processing.queuePath"));
+    for (const char* className : {static_cast<const char*>(nullptr), "Domain"}) {
+        EXPECT_EQ(HE_NOENT, errorOf(loadFile(className)));
+        EXPECT_EQ(Lines({"3 " + path + "(1:1): File '" + path + "' not found"}), takeLog());
+    }
+    std::filesystem::create_directory(path);
+    EXPECT_EQ(HE_NOENT, errorOf(loadFile(nullptr)));
+    EXPECT_EQ(Lines({"3 " + path + "(1:1): File '" + path + "' is not a regular file"}), takeLog());
 }
 
 TEST_F(TextLoaderFileTest, TheErrorOfTheAttributesTellsAMissingFileFromOthers) {
-    const std::string path = directory / "loop.cfg";
     std::filesystem::create_symlink(path, path);
     TextLoader loader(path.c_str(), Config::theConfig->findClass("Server"), false);
     EXPECT_EQ(0U, loader.getAttributesError());
@@ -501,26 +436,9 @@ TEST_F(TextLoaderFileTest, TheErrorOfTheAttributesTellsAMissingFileFromOthers) {
     EXPECT_EQ(0U, loader.getAttributesError());
 }
 
-TEST_F(TextLoaderFileTest, AMissingFileOfAnotherClassIsAnError) {
-    const std::string path = directory / "missing.cfg";
-    for (const char* className : {static_cast<const char*>(nullptr), "Domain"}) {
-        EXPECT_EQ(-1, loadFile(path, className));
-        EXPECT_EQ(HE_NOENT, Thread::getLastError());
-        EXPECT_EQ(Lines({"3 " + path + "(1:1): File '" + path + "' not found"}), takeLog());
-    }
-}
-
-TEST_F(TextLoaderFileTest, ADirectoryIsNoFile) {
-    const std::string& path = directory.path();
-    EXPECT_EQ(-1, loadFile(path, nullptr));
-    EXPECT_EQ(HE_NOENT, Thread::getLastError());
-    EXPECT_EQ(Lines({"3 " + path + "(1:1): File '" + path + "' is not a regular file"}), takeLog());
-}
-
 TEST_F(TextLoaderFileTest, AFileLoadsAndMessagesNameIt) {
-    const std::string path = directory / "a.cfg";
     support::writeFile(path, "Server {\n\tserverName = a\n\tnonsense = b\n}\n");
-    EXPECT_EQ(0, loadFile(path, "Server"));
+    EXPECT_EQ(0, loadFile("Server"));
     EXPECT_EQ("a", show("serverName"));
     EXPECT_EQ(Lines({"1 Reading configuration file '" + path + "'",
                      "2 " + path + "(3:1): No attribute 'nonsense' for a 'Server' object"}),
@@ -528,7 +446,6 @@ TEST_F(TextLoaderFileTest, AFileLoadsAndMessagesNameIt) {
 }
 
 TEST_F(TextLoaderFileTest, ALoaderLoadsAgain) {
-    const std::string path = directory / "a.cfg";
     TextLoader loader(path.c_str(), Config::theConfig->findClass("Server"), false);
     for (const char* name : {"first", "second"}) {
         support::writeFile(path, std::string("Server { serverName = ") + name + " }");
@@ -554,9 +471,8 @@ TEST_F(TextLoaderFileTest, OverlongLinesOfAServersFileAbortTheLoad) {
         {std::string(9000, '#'), true},          {"# last\n", true},
     };
     for (const Row& row : rows) {
-        const std::string path = directory / "a.cfg";
         support::writeFile(path, "Server { serverName = a }\n" + row.line);
-        EXPECT_EQ(row.loads ? 0 : -1, loadFile(path, "Server")) << row.line.size();
+        EXPECT_EQ(row.loads ? 0 : -1, loadFile("Server")) << row.line.size();
         const Lines lines = takeLog();
         ASSERT_EQ(row.loads ? 1U : 2U, lines.size());
         if (!row.loads) {

@@ -156,11 +156,8 @@ private:
             quoted.clear();
             moveBy(1);
         } else if (isIn(c, "=(){}")) {
-            emit(c == '='   ? HC_EQ
-                 : c == '(' ? HC_SET_B
-                 : c == ')' ? HC_SET_E
-                 : c == '{' ? HC_OBJ_B
-                            : HC_OBJ_E);
+            static constexpr int kinds[] = {HC_EQ, HC_SET_B, HC_SET_E, HC_OBJ_B, HC_OBJ_E};
+            emit(kinds[std::string("=(){}").find(c)]);
             moveBy(1 + run(at + 1, isBlank));
         } else if (isBlank(c)) {
             moveBy(1);
@@ -233,23 +230,13 @@ private:
             emit(HC_LEX_ERROR);
             return false;
         }
-        std::size_t lineEnds = 0;
-        for (;;) {
-            const char first = byteAt(at + lineEnds);
-            if (at + lineEnds < text.size() && first == '\n') {
-                lineEnds++;
-            } else if (first == '\r' && at + lineEnds + 1 < text.size() &&
-                       text[at + lineEnds + 1] == '\n') {
-                lineEnds += 2;
-            } else {
-                break;
-            }
+        std::size_t end = at;
+        while (text.compare(end, 1, "\n") == 0 || text.compare(end, 2, "\r\n") == 0) {
+            end += text[end] == '\n' ? 1 : 2;
+            line++;
         }
-        if (lineEnds > 0) {
-            line +=
-                static_cast<int>(std::count(text.begin() + static_cast<long>(at),
-                                            text.begin() + static_cast<long>(at + lineEnds), '\n'));
-            return piece(lineEnds, text.substr(at, lineEnds));
+        if (end > at) {
+            return piece(end - at, text.substr(at, end - at));
         }
         at++; // matched by nothing, and dropped
         return true;

@@ -188,11 +188,10 @@ TEST_F(TreePropertiesTest, WhatIsSavedLoadsWithoutAWarningAndSavesTheSame) {
         EXPECT_EQ(takeLog(), std::vector<std::string>());
         EXPECT_TRUE(tree->isEqual(loaded.get(), true) && loaded->isEqual(tree.get(), true));
         EXPECT_EQ(savedText(*loaded), text);
-        for (const Attribute* a = objectClass.attributesBegin(); a != objectClass.attributesEnd();
-             ++a) {
+        for (const Attribute& a : attributesOf(objectClass)) {
             const bool isThere =
-                text.find("\n    " + std::string(a->getItemName()) + " = ") != std::string::npos;
-            EXPECT_EQ(isThere, !a->hasFlag(FLAG_INTERNAL | FLAG_NOT_SAVED)) << a->getItemName();
+                text.find("\n    " + std::string(a.getItemName()) + " = ") != std::string::npos;
+            EXPECT_EQ(isThere, !a.hasFlag(FLAG_INTERNAL | FLAG_NOT_SAVED)) << a.getItemName();
         }
     });
 }
