@@ -63,6 +63,7 @@ public:
     int read(void*, int) override { return notAllowed(); }
     int write(const void* buffer, int size) override {
         ++writes;
+        largestWrite = std::max(largestWrite, size);
         const int most = piece ? piece() : size;
         if (most < 1) {
             return most;
@@ -77,6 +78,7 @@ public:
     std::string text;
     std::function<int()> piece;
     int writes = 0;
+    int largestWrite = 0;
 };
 
 // A pattern in which each piece differs from its neighbours.
