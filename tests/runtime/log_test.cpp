@@ -3,34 +3,29 @@
 #include "common/log/log_line.h"
 #include "common/log/thread_log.h"
 #include "common/log/thread_log_client.h"
-#include "common/stream/memory_stream.h"
-#include "common/stream/null_stream.h"
 #include "tests/runtime/runtime.h"
+#include "tests/stream/streams.h"
+#include "tests/support/zone.h"
 
 #include <time.h>
 
 #include <cstdarg>
-#include <cstdlib>
-#include <cstring>
+#include <cstdio>
 #include <limits>
+#include <sstream>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace {
 
 class LogTest : public RuntimeTest {
 protected:
-    LogTest() { setZone("UTC0"); }
     ~LogTest() override {
         thsLog.get()->client = nullptr;
         thsLog.get()->id = 0;
-        unsetenv("TZ");
-        tzset();
     }
-
-    static void setZone(const char* zone) {
-        setenv("TZ", zone, 1);
-        tzset();
-    }
+    support::Zone zone{"UTC0"};
 };
 
 __attribute__((format(printf, 2, 3))) std::string finish(LogLine& line, const char* format, ...) {
@@ -44,11 +39,7 @@ __attribute__((format(printf, 2, 3))) std::string finish(LogLine& line, const ch
 TEST_F(LogTest, LineOfTheLogServer) {
     const time_t when = 1612335907; // 2021-02-03 07:05:07 UTC
     const struct {
-        const char* zone;
-        const char* name;
-        const char* prefix;
-        const char* text;
-        const char* line;
+        const char *rule, *name, *prefix, *text, *line;
     } rows[] = {
         {"EET-2", "queue", nullptr, "ok",
          "<08>02-03 09:05:07 +0200 localhost queue:0000002A: ok\n"},
@@ -59,7 +50,7 @@ TEST_F(LogTest, LineOfTheLogServer) {
         {"IST-5:30", "q", "<< ", "x", "<08>02-03 12:35:07 +0530 localhost q:0000002A: << x\n"},
     };
     for (const auto& row : rows) {
-        setZone(row.zone);
+        const support::Zone local(row.rule);
         LogLine line(8, when, "localhost", row.name, 42, row.prefix);
         EXPECT_EQ(finish(line, "%s", row.text), row.line);
     }
@@ -73,7 +64,7 @@ TEST_F(LogTest, OddLevelOrTimeKeepsTheFormat) {
 
 TEST_F(LogTest, ZoneOffsetAcrossMidnight) {
     const struct {
-        const char* zone;
+        const char* rule;
         time_t when;
         int offset;
     } rows[] = {
@@ -87,12 +78,10 @@ TEST_F(LogTest, ZoneOffsetAcrossMidnight) {
         {"AAA-14", 1612335907, 1400},
     };
     for (const auto& row : rows) {
-        setZone(row.zone);
-        struct tm local {};
-        struct tm utc {};
-        ASSERT_NE(localtime_r(&row.when, &local), nullptr);
-        ASSERT_NE(gmtime_r(&row.when, &utc), nullptr);
-        EXPECT_EQ(LogLine::zoneOffset(local, utc), row.offset) << row.zone << " " << row.when;
+        const support::Zone local(row.rule);
+        const struct tm here = *localtime(&row.when);
+        EXPECT_EQ(LogLine::zoneOffset(here, *gmtime(&row.when)), row.offset)
+            << row.rule << " " << row.when;
     }
     struct tm early {};
     struct tm late {};
@@ -126,34 +115,26 @@ TEST_F(LogTest, LongTextsFillTheLine) {
 // A client's lines without their time, which is the present one.
 class LineCatcher {
 public:
-    LineCatcher() : stream(buffer, sizeof(buffer)) {}
-    Stream* target() { return &stream; }
+    Stream* target() { return &sink; }
     std::string take() {
-        const long long end = stream.lseek(0, Stream::SeekCurrent);
-        std::string all(buffer, static_cast<std::size_t>(end));
-        stream.lseek(0, Stream::SeekStart);
+        std::istringstream all(std::exchange(sink.text, ""));
         std::string lines;
-        for (std::size_t at = 0; at < all.size();) {
-            const std::size_t next = all.find('\n', at);
-            const std::string line = all.substr(at, next - at + 1);
-            lines += line.substr(0, 4) + line.substr(24);
-            at = next + 1;
+        for (std::string line; std::getline(all, line);) {
+            lines += line.substr(0, 4) + line.substr(24) + "\n";
         }
         return lines;
     }
 
 private:
-    char buffer[4096] = {};
-    MemoryStream stream;
+    support::Sink sink;
 };
 
-class FailingStream : public NullStream {
-public:
-    int write(const void*, int) override {
-        Thread::setLastError(EPIPE);
-        return -1;
-    }
-};
+// One line of each kind, from this module and number.
+std::string sixLines(const std::string& origin) {
+    const std::string place = "> localhost " + origin + ": ";
+    return "<01" + place + "1\n<02" + place + "2\n<04" + place + "3\n<08" + place + "4\n<16" +
+           place + "<< 5\n<16" + place + ">> 6\n";
+}
 
 TEST_F(LogTest, ClientLogsWhatItsMaskHolds) {
     LineCatcher lines;
@@ -164,18 +145,13 @@ TEST_F(LogTest, ClientLogsWhatItsMaskHolds) {
     client.logCritical(1, "unheard");
     EXPECT_EQ(lines.take(), "");
     client.setLevelMask(31);
-    client.logCritical(1, "a%d", 1);
-    client.logError(2, "b");
-    client.logWarning(3, "c");
-    client.logInfo(4, "d");
-    client.logProtoIn(5, "e");
-    client.logProtoOut(6, "f");
-    EXPECT_EQ(lines.take(), "<01> localhost mail:00000001: a1\n"
-                            "<02> localhost mail:00000002: b\n"
-                            "<04> localhost mail:00000003: c\n"
-                            "<08> localhost mail:00000004: d\n"
-                            "<16> localhost mail:00000005: << e\n"
-                            "<16> localhost mail:00000006: >> f\n");
+    client.logCritical(0x12, "%d", 1);
+    client.logError(0x12, "2");
+    client.logWarning(0x12, "3");
+    client.logInfo(0x12, "4");
+    client.logProtoIn(0x12, "5");
+    client.logProtoOut(0x12, "6");
+    EXPECT_EQ(lines.take(), sixLines("mail:00000012"));
     client.setLevelMask(2);
     client.logInfo(1, "unheard");
     client.log(16, 1, nullptr, "unheard", 7);
@@ -184,7 +160,10 @@ TEST_F(LogTest, ClientLogsWhatItsMaskHolds) {
     client.logChunk(8, 0, 1, nullptr, "chunk", 0);
     EXPECT_EQ(lines.take(), "<02> localhost mail:00000001: p dat\n"
                             "<08> localhost mail:00000001: chunk\n");
-    FailingStream failing;
+    support::Sink failing([] {
+        Thread::setLastError(EPIPE);
+        return -1;
+    });
     client.setStream(&failing);
     Thread::setLastError(HE_CRC);
     client.logError(1, "lost");
@@ -215,23 +194,18 @@ TEST_F(LogTest, ThreadsRecordChoosesTheClient) {
     AbstractLogClient::st_logInfo("%d", 4);
     AbstractLogClient::st_logProtoIn("%d", 5);
     AbstractLogClient::st_logProtoOut("%d", 6);
-    AbstractLogClient::st_logProtoIn(1, "7");
-    AbstractLogClient::st_logProtoOut(1, "8");
-    const std::string byClient = lines.take();
-    EXPECT_EQ(byClient, "<01> localhost c:00000ABC: 1\n"
-                        "<02> localhost c:00000ABC: 2\n"
-                        "<04> localhost c:00000ABC: 3\n"
-                        "<08> localhost c:00000ABC: 4\n"
-                        "<16> localhost c:00000ABC: << 5\n"
-                        "<16> localhost c:00000ABC: >> 6\n"
-                        "<16> localhost c:00000ABC: << 7\n"
-                        "<16> localhost c:00000ABC: >> 8\n");
+    EXPECT_EQ(lines.take(), sixLines("c:00000ABC"));
     logCritical("%d", 1);
     logError("%d", 2);
     logWarning("%d", 3);
     logInfo("%d", 4);
     logProtoIn("%d", 5);
     logProtoOut("%d", 6);
+    EXPECT_EQ(lines.take(), sixLines("c:00000ABC"));
+    AbstractLogClient::st_logProtoIn(1, "7");
+    AbstractLogClient::st_logProtoOut(1, "8");
+    const std::string byClient = lines.take();
+    EXPECT_EQ(byClient, "<16> localhost c:00000ABC: << 7\n<16> localhost c:00000ABC: >> 8\n");
     logProtoInBuffer(1, "7");
     logProtoOutBuffer(1, "8");
     EXPECT_EQ(lines.take(), byClient);
@@ -245,8 +219,19 @@ TEST_F(LogTest, ThreadsRecordChoosesTheClient) {
     EXPECT_EQ(lines.take(), "");
 }
 
+std::vector<std::string> caught; // what Thread::log got, as "level text"
+
+__attribute__((format(printf, 2, 3))) void catchLog(int level, const char* format, ...) {
+    char text[2048];
+    va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(text, sizeof(text), format, arguments);
+    va_end(arguments);
+    caught.push_back(std::to_string(level) + " " + text);
+}
+
 TEST_F(LogTest, HookClientMapsLevelsAndCuts) {
-    const LogCatcher hook;
+    auto* const saved = std::exchange(Thread::log, catchLog);
     ThreadLogClient client(31 - 8);
     client.logCritical(9, "a%d", 1);
     client.logError(9, "b");
@@ -257,31 +242,23 @@ TEST_F(LogTest, HookClientMapsLevelsAndCuts) {
     client.log(16, 9, ">> ", "raw bytes", 3);
     client.log(8, 9, nullptr, "masked", 6);
     const std::string longText(1500, 'l');
-    client.logProtoOut(9, "%s", longText.c_str());
     client.log(16, 9, nullptr, longText.data(), 1500);
+    client.log(16, 9, longText.c_str(), "x", 1);
+    client.logProtoOut(9, "%s", longText.c_str());
     client.log(16, 9, ">> ", longText.data(), 1021);
     client.log(16, 9, ">> ", longText.data(), 1020);
-    client.log(16, 9, longText.c_str(), "x", 1);
-    const std::vector<std::string> expected = {"3 a1",
-                                               "3 b",
-                                               "2 c",
-                                               "1 << d",
-                                               "1 raw",
-                                               "1 >> raw",
-                                               "1 >> " + longText.substr(0, 1020),
-                                               "1 " + longText.substr(0, 1023),
-                                               "1 >> " + longText.substr(0, 1020),
-                                               "1 >> " + longText.substr(0, 1020),
-                                               "1 " + longText.substr(0, 1023)};
-    EXPECT_EQ(hook.lines(), expected);
+    Thread::log = saved;
+    std::vector<std::string> expected = {"3 a1", "3 b", "2 c", "1 << d", "1 raw", "1 >> raw"};
+    expected.insert(expected.end(), 2, "1 " + longText.substr(0, 1023));
+    expected.insert(expected.end(), 3, "1 >> " + longText.substr(0, 1020));
+    EXPECT_EQ(caught, expected);
 }
 
 TEST_F(LogTest, LevelsOfMasks) {
-    const struct {
-        int mask, level;
-    } rows[] = {{0, 0}, {1, 3}, {2, 3}, {3, 3}, {4, 2}, {12, 2}, {6, 3}, {8, 1}, {16, 1}, {24, 1}};
-    for (const auto& row : rows) {
-        EXPECT_EQ(getSystemLogLevel(row.mask), row.level) << row.mask;
+    const std::pair<int, int> rows[] = {{0, 0},  {1, 3}, {2, 3}, {3, 3},  {4, 2},
+                                        {12, 2}, {6, 3}, {8, 1}, {16, 1}, {24, 1}};
+    for (const auto& [mask, level] : rows) {
+        EXPECT_EQ(getSystemLogLevel(mask), level) << mask;
     }
 }
 

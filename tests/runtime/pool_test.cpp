@@ -47,29 +47,16 @@ protected:
     }
 };
 
-TEST_F(PoolTest, LastObjectInComesOutFirst) {
-    onThread([] {
-        put(0, 3);
-        Thread::putObjectToPool(nullptr, smallPool.getId());
-        EXPECT_EQ(take(), &objects[2]);
-        EXPECT_EQ(take(), &objects[1]);
-        EXPECT_EQ(take(), &objects[0]);
-        EXPECT_EQ(take(), nullptr);
-        return 0;
-    });
-}
-
 TEST_F(PoolTest, OverflowMovesToTheGlobalPoolDownToTheMinimum) {
-    Worker other([] {
-        EXPECT_EQ(drain(), 3); // what the overflow below made global
-        return 0;
-    });
-    onThread([&other] {
+    onThread([] {
         put(0, 4); // fills the thread's own cache
+        Thread::putObjectToPool(nullptr, smallPool.getId());
         put(4, 5); // moves two of it and itself to the global pool
-        EXPECT_EQ(other.start(0), 0);
-        other.join();
+        EXPECT_EQ(onThread(drain), 3);
         EXPECT_EQ(drain(), 2);
+        put(5, 7);
+        EXPECT_EQ(take(), &objects[6]) << "the last one in";
+        EXPECT_EQ(take(), &objects[5]);
         return 0;
     });
     EXPECT_TRUE(smallPool.destroyed.empty());
@@ -85,21 +72,21 @@ TEST_F(PoolTest, FullGlobalPoolIsDestroyedDownToTheMinimum) {
 }
 
 TEST_F(PoolTest, EndingThreadLeavesItsObjectsToOthers) {
-    onThread([] {
-        put(0, 3);
-        return 0;
-    });
-    onThread([] {
-        EXPECT_EQ(drain(), 3);
-        return 0;
-    });
-    for (int i = 0; i < 6; ++i) {
-        onThread([i] {
-            put(4 * i, 4 * i + 4);
+    const auto putOnThread = [](int from, int to) {
+        onThread([from, to] {
+            put(from, to);
             return 0;
         });
+    };
+    putOnThread(0, 3);
+    EXPECT_EQ(onThread(drain), 3);
+    for (int i = 0; i < 6; ++i) {
+        putOnThread(4 * i, 4 * i + 4);
     }
     EXPECT_GE(smallPool.destroyed.size(), 24u - 6u); // ending threads keep to the limit as well
+    Thread::cleanup();
+    EXPECT_EQ(smallPool.destroyed.size(), 24u) << "what is cached goes with the runtime";
+    Thread::init();
 }
 
 TEST_F(PoolTest, CodeOutsideAnyThreadDestroysAtOnce) {
@@ -138,16 +125,6 @@ TEST_F(PoolTest, DepletingReservesDropAllCaches) {
     });
 }
 
-TEST_F(PoolTest, CleanupDestroysWhatIsCached) {
-    onThread([] {
-        put(0, 3);
-        return 0;
-    });
-    Thread::cleanup();
-    EXPECT_EQ(smallPool.destroyed.size(), 3u);
-    Thread::init();
-}
-
 // The header in front of a buffer: a pool's id, or the size as a negative number.
 std::int32_t headerOf(const char* text) {
     std::int32_t header;
@@ -177,25 +154,6 @@ TEST_F(PoolTest, StringSizesChooseTheirPool) {
     releaseString(nullptr);
 }
 
-TEST_F(PoolTest, StringPoolLimits) {
-    const struct {
-        int room, minLocal, maxLocal, minGlobal, maxGlobal;
-    } rows[] = {{32, 4096, 16384, 16384, 65536},
-                {1024, 128, 512, 512, 2048},
-                {8192, 16, 64, 64, 256},
-                {16386, 7, 31, 31, 127},
-                {32770, 3, 15, 15, 63}};
-    for (const auto& row : rows) {
-        char* text = getString(row.room);
-        const BaseObjectPool& pool = *BaseObjectPool::pools[headerOf(text)];
-        EXPECT_EQ(pool.minLocalPoolSize(), row.minLocal) << row.room;
-        EXPECT_EQ(pool.maxLocalPoolSize(), row.maxLocal) << row.room;
-        EXPECT_EQ(pool.minGlobalPoolSize(), row.minGlobal) << row.room;
-        EXPECT_EQ(pool.maxGlobalPoolSize(), row.maxGlobal) << row.room;
-        releaseString(text);
-    }
-}
-
 TEST_F(PoolTest, ReallocatedStringStaysWhileItFits) {
     onThread([] {
         char* text = reallocString(nullptr, 33);
@@ -218,9 +176,7 @@ TEST_F(PoolTest, ReallocatedStringStaysWhileItFits) {
 
 TEST_F(PoolTest, StringsKeepTheirContentThroughRandomUse) {
     auto random = support::seededRandom("StringsKeepTheirContent");
-    const std::uint64_t seed = random();
-    onThread([seed] {
-        std::mt19937_64 local(seed);
+    onThread([&random] {
         struct Held {
             char* text;
             int size;
@@ -228,30 +184,25 @@ TEST_F(PoolTest, StringsKeepTheirContentThroughRandomUse) {
         };
         std::vector<Held> held;
         for (int i = 0; i < 20000; ++i) {
-            if (held.size() < 40 && support::below(local, 2) == 0) {
-                const int size = static_cast<int>(support::below(local, 35000)) + 1;
-                const char fill = static_cast<char>('a' + i % 26);
-                char* text = getString(size);
-                text[0] = text[size - 1] = fill;
-                held.push_back({text, size, fill});
+            const int size = static_cast<int>(support::below(random, 35000));
+            if (held.size() < 40 && support::below(random, 2) == 0) {
+                held.push_back({getString(size + 1), size + 1, static_cast<char>('a' + i % 26)});
+                held.back().text[0] = held.back().text[size] = held.back().fill;
             } else if (!held.empty()) {
-                Held& entry = held[support::below(local, held.size())];
+                Held& entry = held[support::below(random, held.size())];
                 if (entry.text[0] != entry.fill || entry.text[entry.size - 1] != entry.fill) {
                     ADD_FAILURE() << "content lost at step " << i;
                     return 1;
                 }
-                const int size = static_cast<int>(support::below(local, 35000));
                 entry.text = reallocString(entry.text, size);
                 if (size == 0) {
-                    std::swap(entry, held.back());
+                    entry = held.back();
                     held.pop_back();
-                } else {
-                    if (entry.text[0] != entry.fill) {
-                        ADD_FAILURE() << "content not copied at step " << i;
-                    }
-                    entry.size = size;
-                    entry.text[size - 1] = entry.fill;
+                    continue;
                 }
+                EXPECT_EQ(entry.text[0], entry.fill) << "not copied at step " << i;
+                entry.size = size;
+                entry.text[size - 1] = entry.fill;
             }
         }
         for (const Held& entry : held) {
@@ -263,18 +214,18 @@ TEST_F(PoolTest, StringsKeepTheirContentThroughRandomUse) {
 
 TEST_F(PoolTest, StringsCrossThreads) {
     char* text = getString(100);
-    onThread([text] {
+    const auto releaseHere = [&text] {
         releaseString(text);
+        return 0;
+    };
+    onThread([&] {
+        releaseHere();
         EXPECT_EQ(getString(100), text);
         return 0;
     });
-    onThread([text] {
-        releaseString(text);
-        return 0;
-    });
-    char* again = getString(100); // from the global pool, which the thread's end filled
-    EXPECT_EQ(again, text);
-    releaseString(again);
+    onThread(releaseHere);
+    EXPECT_EQ(getString(100), text) << "from the global pool, which the thread's end filled";
+    releaseHere();
 }
 
 } // namespace

@@ -52,12 +52,14 @@ Worker::~Worker() {
 }
 
 int onThread(const std::function<int()>& work) {
-    Worker worker(work);
-    if (worker.start(0) != 0) {
-        ADD_FAILURE() << "no thread: " << Thread::getErrorMessage();
-        return -1;
+    return Started(work).join();
+}
+
+void onThreads(int count, const std::function<int()>& work) {
+    std::vector<std::unique_ptr<Started>> workers;
+    for (int i = 0; i < count; ++i) {
+        workers.push_back(std::make_unique<Started>(work));
     }
-    return worker.join();
 }
 
 bool eventually(const std::function<bool()>& condition) {
@@ -70,40 +72,10 @@ bool eventually(const std::function<bool()>& condition) {
     return false;
 }
 
-namespace {
-
-std::vector<std::string> caught;
-void (*savedLog)(int, const char*, ...) = nullptr;
-
-__attribute__((format(printf, 2, 3))) void catchLog(int level, const char* format, ...) {
-    char text[2048];
-    va_list arguments;
-    va_start(arguments, format);
-    std::vsnprintf(text, sizeof(text), format, arguments);
-    va_end(arguments);
-    caught.push_back(std::to_string(level) + " " + text);
-}
-
-} // namespace
-
 void logToStandardError(int level, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
     std::fprintf(stderr, "level %d: ", level);
     std::vfprintf(stderr, format, arguments);
     va_end(arguments);
-}
-
-LogCatcher::LogCatcher() {
-    caught.clear();
-    savedLog = Thread::log;
-    Thread::log = catchLog;
-}
-
-LogCatcher::~LogCatcher() {
-    Thread::log = savedLog;
-}
-
-const std::vector<std::string>& LogCatcher::lines() const {
-    return caught;
 }

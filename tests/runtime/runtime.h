@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <functional>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -36,6 +37,17 @@ private:
     std::function<int()> work;
 };
 
+// The same, started at once.
+class Started : public Worker {
+public:
+    explicit Started(std::function<int()> function) : Worker(std::move(function)) {
+        EXPECT_EQ(start(0), 0);
+    }
+};
+
+// Runs a function on so many threads at once, and waits for all.
+void onThreads(int count, const std::function<int()>& work);
+
 // Runs a function on a thread of its own and gives its result.
 int onThread(const std::function<int()>& work);
 
@@ -52,16 +64,5 @@ extern std::atomic<int> failingCreates;
 
 // A log hook for death tests.
 void logToStandardError(int level, const char* format, ...) __attribute__((format(printf, 2, 3)));
-
-// Catches what Thread::log gets, as "level text".
-class LogCatcher {
-public:
-    LogCatcher();
-    LogCatcher(const LogCatcher&) = delete;
-    LogCatcher& operator=(const LogCatcher&) = delete;
-    ~LogCatcher();
-
-    const std::vector<std::string>& lines() const;
-};
 
 #endif

@@ -24,22 +24,22 @@ using RWObjectTest = RuntimeTest;
 // What another thread can get of an object right now.
 bool readable(const ASyncObject& object) {
     return onThread([&object] {
-               const bool got = object.readLock(0) == 0;
-               if (got) {
+               const int got = object.readLock(0);
+               if (got == 0) {
                    object.readUnlock();
                }
-               return got ? 1 : 0;
-           }) == 1;
+               return got;
+           }) == 0;
 }
 
 bool writable(const ASyncObject& object) {
     return onThread([&object] {
-               const bool got = object.writeLock(0) == 0;
-               if (got) {
+               const int got = object.writeLock(0);
+               if (got == 0) {
                    object.writeUnlock();
                }
-               return got ? 1 : 0;
-           }) == 1;
+               return got;
+           }) == 0;
 }
 
 // Tells whether a wait ended because it was woken: a lost wake-up shows as a wait that lasts for
@@ -56,35 +56,37 @@ private:
 
 TEST_F(RWObjectTest, LocksNestAndExclude) {
     const Shared object;
-    EXPECT_TRUE(writable(object));
-    EXPECT_EQ(object.readLock(-1), 0);
-    EXPECT_EQ(object.readLock(-1), 0);
-    EXPECT_TRUE(object.isReadLocked());
-    EXPECT_FALSE(object.isWriteLocked());
-    object.readUnlock();
-    EXPECT_TRUE(readable(object));
-    EXPECT_FALSE(writable(object)) << "one of two read locks is still held";
-    object.readUnlock();
-    EXPECT_FALSE(object.isReadLocked());
-    EXPECT_TRUE(writable(object));
-
-    EXPECT_EQ(object.writeLock(-1), 0);
-    EXPECT_EQ(object.readLock(-1), 0) << "a writer may read";
-    object.readUnlock();
-    EXPECT_FALSE(readable(object)) << "and stays the writer";
-    EXPECT_EQ(object.readLock(-1), 0);
-    EXPECT_EQ(object.writeLock(-1), 0);
-    EXPECT_TRUE(object.isReadLocked());
-    EXPECT_TRUE(object.isWriteLocked());
-    object.writeUnlock();
-    EXPECT_FALSE(readable(object));
-    object.writeUnlock();
-    EXPECT_TRUE(readable(object)) << "the writer is a reader now";
-    EXPECT_FALSE(writable(object));
-    EXPECT_TRUE(object.isReadLocked());
-    EXPECT_FALSE(object.isWriteLocked());
-    object.readUnlock();
-    EXPECT_TRUE(writable(object));
+    const struct {
+        char step;          // a capital locks, for reading or for writing; a small letter unlocks
+        const char* held;   // by this thread behind it
+        const char* others; // what another thread can get
+    } rows[] = {
+        {'R', "r", "r"}, {'R', "r", "r"}, {'r', "r", "r"}, {'r', "", "rw"},
+        {'W', "rw", ""}, {'R', "rw", ""}, {'r', "rw", ""}, // a writer may read and stays the writer
+        {'R', "rw", ""}, {'W', "rw", ""}, {'w', "rw", ""}, {'w', "r", "r"},
+        {'r', "", "rw"}, // the writer was a reader then
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(&row - rows);
+        switch (row.step) {
+        case 'R':
+            EXPECT_EQ(object.readLock(-1), 0);
+            break;
+        case 'r':
+            object.readUnlock();
+            break;
+        case 'W':
+            EXPECT_EQ(object.writeLock(-1), 0);
+            break;
+        default:
+            object.writeUnlock();
+        }
+        EXPECT_EQ(std::string(object.isReadLocked() ? "r" : "") +
+                      (object.isWriteLocked() ? "w" : ""),
+                  row.held);
+        EXPECT_EQ(std::string(readable(object) ? "r" : "") + (writable(object) ? "w" : ""),
+                  row.others);
+    }
 }
 
 TEST_F(RWObjectTest, UpgradesOfSeveralReadersAndOfTheOnlyOne) {
@@ -117,7 +119,7 @@ TEST_F(RWObjectTest, RefusedUpgradeReadsAgainOnlyBehindTheWriter) {
     const Shared object;
     std::atomic<bool> writing{false};
     object.readLock(-1);
-    Worker other([&] {
+    Started other([&] {
         object.readLock(-1);
         EXPECT_EQ(object.writeLock(50), -1);
         EXPECT_FALSE(writing);
@@ -125,7 +127,6 @@ TEST_F(RWObjectTest, RefusedUpgradeReadsAgainOnlyBehindTheWriter) {
         object.readUnlock();
         return 0;
     });
-    ASSERT_EQ(other.start(0), 0);
     ASSERT_TRUE(eventually([&] { return object.checkWaitingThreads(false, true); }));
     EXPECT_EQ(object.writeLock(-1), 0);
     writing = true;
@@ -140,12 +141,11 @@ TEST_F(RWObjectTest, RefusedUpgradeReadsAgainOnlyBehindTheWriter) {
 TEST_F(RWObjectTest, WaitingWriterHoldsBackNewReaders) {
     const Shared object;
     object.readLock(-1);
-    Worker writer([&] {
+    Started writer([&] {
         const int result = object.writeLock(-1);
         object.writeUnlock();
         return result;
     });
-    ASSERT_EQ(writer.start(0), 0);
     ASSERT_TRUE(eventually([&] { return object.checkWaitingThreads(false, true); }));
     EXPECT_FALSE(object.checkWaitingThreads(true, false));
     EXPECT_FALSE(readable(object));
@@ -160,15 +160,13 @@ TEST_F(RWObjectTest, ReadersGoOnWhenTheWaitingWriterGivesUp) {
     const Woken woken;
     const Shared object;
     object.readLock(-1);
-    Worker writer([&] { return object.writeLock(150); });
-    ASSERT_EQ(writer.start(0), 0);
+    Started writer([&] { return object.writeLock(150); });
     ASSERT_TRUE(eventually([&] { return object.checkWaitingThreads(false, true); }));
-    Worker reader([&] {
+    Started reader([&] {
         const int result = object.readLock(longWait);
         object.readUnlock();
         return result;
     });
-    ASSERT_EQ(reader.start(0), 0);
     EXPECT_EQ(writer.join(), -1);
     EXPECT_EQ(reader.join(), 0);
     object.readUnlock();
@@ -184,9 +182,9 @@ TEST_F(RWObjectTest, WaitUnlockPassesTheTurnOn) {
     EXPECT_EQ(Thread::getLastError(), HE_INVALOP);
     EXPECT_EQ(onThread([&] { return object.waitUnlock(10); }), -1);
     std::atomic<int> waiting{0};
-    std::vector<std::unique_ptr<Worker>> workers;
+    std::vector<std::unique_ptr<Started>> workers;
     for (int i = 0; i < 6; ++i) {
-        workers.push_back(std::make_unique<Worker>([&object, &waiting, i] {
+        workers.push_back(std::make_unique<Started>([&object, &waiting, i] {
             ++waiting;
             if (i % 2 == 0) {
                 return object.waitUnlock(longWait);
@@ -195,7 +193,6 @@ TEST_F(RWObjectTest, WaitUnlockPassesTheTurnOn) {
             object.writeUnlock();
             return result;
         }));
-        ASSERT_EQ(workers.back()->start(0), 0);
         ASSERT_TRUE(eventually([&] { return waiting == i + 1; }));
         Thread::sleep(5);
     }
@@ -261,16 +258,15 @@ TEST_F(RWObjectTest, ProviderGrowsItsConditionsByFour) {
     ASSERT_EQ(&SyncProvider::of(&objects[4].object), &provider);
     EXPECT_EQ(provider.conditionCount(), 0);
     for (int round = 0; round < 2; ++round) { // what was given back is taken again
-        std::vector<std::unique_ptr<Worker>> workers;
+        std::vector<std::unique_ptr<Started>> workers;
         for (int i = 0; i < 5; ++i) {
             const Shared& object = objects[i].object;
             object.writeLock(-1);
-            workers.push_back(std::make_unique<Worker>([&object] {
+            workers.push_back(std::make_unique<Started>([&object] {
                 const int result = object.readLock(-1);
                 object.readUnlock();
                 return result;
             }));
-            ASSERT_EQ(workers.back()->start(0), 0);
             ASSERT_TRUE(eventually([&] { return object.checkWaitingThreads(true, false); }));
         }
         for (int i = 0; i < 5; ++i) {
@@ -307,11 +303,10 @@ TEST_F(RWObjectTest, JobsRunUnderTheirLock) {
     EXPECT_EQ(job.ran, "lrwlrwlrw");
 
     RecordingJob late;
-    Worker waiter([&] {
+    Started waiter([&] {
         object.writeLockRun(&late);
         return 0;
     });
-    ASSERT_EQ(waiter.start(0), 0);
     ASSERT_TRUE(eventually([&] { return object.checkWaitingThreads(false, true); }));
     EXPECT_EQ(late.ran, "");
     object.writeUnlock();
@@ -367,21 +362,6 @@ TEST_F(RWObjectTest, UseAndLockChangeTogether) {
     EXPECT_TRUE(unlocked);
     EXPECT_FALSE(object.isReadLocked());
     EXPECT_TRUE(writable(object));
-}
-
-// The base grants everything and locks nothing.
-class Unlocked final : public ASyncObject {};
-
-TEST_F(RWObjectTest, BaseGrantsEverything) {
-    const Unlocked object;
-    bool unlocked = true;
-    EXPECT_EQ(object.readLock(0) | object.writeLock(0) | object.waitUnlock(0) | object.wait(0), 0);
-    EXPECT_FALSE(object.isReadLocked() || object.isWriteLocked());
-    EXPECT_FALSE(object.checkWaitingThreads(true, true));
-    EXPECT_TRUE(object.refUseLock(RWLOCK_READ) && object.refUseUnlockDestroy(RWLOCK_READ));
-    EXPECT_FALSE(object.refUseUnlock(RWLOCK_READ));
-    EXPECT_FALSE(object.refCondUseUnlock(unlocked, RWLOCK_READ) || unlocked);
-    EXPECT_TRUE(object.refDestroy() && object.onUseDestroy());
 }
 
 // Random work on few objects. The plain field is what the locks protect: a lost exclusion shows as
@@ -456,16 +436,15 @@ void randomStep(Guarded& object, std::mt19937_64& random) {
 TEST_F(RWObjectTest, RandomUseKeepsExclusionAndEnds) {
     auto random = support::seededRandom("RandomUseKeepsExclusion");
     Guarded objects[3]; // all with one provider
-    std::vector<std::unique_ptr<Worker>> workers;
+    std::vector<std::unique_ptr<Started>> workers;
     for (int i = 0; i < 6; ++i) {
-        workers.push_back(std::make_unique<Worker>([&objects, seed = random()] {
+        workers.push_back(std::make_unique<Started>([&objects, seed = random()] {
             std::mt19937_64 local(seed);
             for (int step = 0; step < 1500; ++step) {
                 randomStep(objects[support::below(local, 3)], local);
             }
             return 0;
         }));
-        ASSERT_EQ(workers.back()->start(0), 0);
     }
     for (const auto& worker : workers) {
         worker->join();

@@ -5,7 +5,6 @@
 #include "tests/runtime/runtime.h"
 
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -70,12 +69,8 @@ TEST_F(ThreadTest, RunsAndGivesItsResult) {
 
 TEST_F(ThreadTest, JoinOfDetachedOrUnstartedThreadThrows) {
     Worker unstarted([] { return 0; });
-    try {
-        unstarted.join();
-        FAIL() << "no exception";
-    } catch (const hexcept& exception) {
-        EXPECT_EQ(exception.getCode(), HE_THJOIN);
-    }
+    EXPECT_THROW(unstarted.join(), hexcept);
+    EXPECT_EQ(Thread::getLastError(), HE_THJOIN);
     Worker detached([] { return 0; });
     ASSERT_EQ(detached.start(1), 0);
     EXPECT_THROW(detached.join(), hexcept);
@@ -193,16 +188,14 @@ TEST_F(ThreadTest, CountsAndPausesThreads) {
         ReentrantCS::Locker locker(*Thread::globalCS);
         Thread::newThPaused = 1;
     }
-    Worker first([&] {
+    Started first([&] {
         started = true;
         return 0;
     });
-    Worker second([&] {
+    Started second([&] {
         eventually([&] { return go.load(); });
         return 0;
     });
-    ASSERT_EQ(first.start(0), 0);
-    ASSERT_EQ(second.start(0), 0);
     EXPECT_EQ(Thread::waitOnlyThreadsCnt(1, 50), -1);
     EXPECT_EQ(Thread::getLastError(), HE_TIMEOUT);
     EXPECT_FALSE(started);
@@ -223,13 +216,11 @@ TEST_F(ThreadTest, CountsAndPausesThreads) {
 
 TEST_F(ThreadTest, NamesKeepSixtyTwoCharacters) {
     EXPECT_STREQ(Thread::getCurrentThreadName(), "mainThread");
-    Worker worker([] {
+    Started worker([] {
         EXPECT_EQ(std::string(Thread::getCurrentThreadName()).rfind("thread[0x", 0), 0u);
         Thread::setCurrentThreadName("inner");
-        EXPECT_STREQ(Thread::getCurrentThreadName(), "inner");
         return 0;
     });
-    ASSERT_EQ(worker.start(0), 0);
     worker.join();
     EXPECT_STREQ(worker.getName(), "inner");
     worker.setName(std::string(80, 'n').c_str());
@@ -295,21 +286,19 @@ TEST_F(ThreadTest, ForeignThreadAttachesAnUnknownThread) {
 TEST_F(ThreadTest, StackAddressesAreKnown) {
     static char data;
     const std::unique_ptr<char> heap(new char);
+    const void* const mainFrame = __builtin_frame_address(0);
     const auto check = [&heap] {
         char local = 0;
         EXPECT_TRUE(Thread::isOnStack(&local));
-        EXPECT_FALSE(Thread::isOnStack(&data));
-        EXPECT_FALSE(Thread::isOnStack(heap.get()));
-        EXPECT_FALSE(Thread::isOnStack(nullptr));
+        for (const char* elsewhere :
+             std::initializer_list<const char*>{&data, heap.get(), nullptr}) {
+            EXPECT_FALSE(Thread::isOnStack(elsewhere));
+        }
         return 0;
     };
     check();
     onThread(check);
-    const char* mainLocal = reinterpret_cast<const char*>(__builtin_frame_address(0));
-    onThread([mainLocal] {
-        EXPECT_FALSE(Thread::isOnStack(mainLocal));
-        return 0;
-    });
+    EXPECT_EQ(onThread([mainFrame] { return Thread::isOnStack(mainFrame); }), 0);
 }
 
 class RecordingHook final : public Thread::CleanupHook {
@@ -367,8 +356,7 @@ TEST_F(ThreadTest, WorkingPathIsMadeAbsolute) {
     EXPECT_EQ(Thread::getWorkingPath("rel", out), nullptr);
     EXPECT_EQ(Thread::getLastError(), HE_INVALOP);
     Thread::getWorkingDirectory = [] { return "/work dir"; };
-    const char* absolute[] = {"/a/b", "c:\\x", "Z:"};
-    for (const char* path : absolute) {
+    for (const char* path : {"/a/b", "c:\\x", "Z:"}) {
         EXPECT_EQ(Thread::getWorkingPath(path, out), path);
     }
     EXPECT_STREQ(Thread::getWorkingPath("rel/x", out), "/work dir/rel/x");
@@ -386,17 +374,14 @@ TEST_F(ThreadTest, PrioritiesHaveThreeSteps) {
     if (getpriority(PRIO_PROCESS, 0) > 5) {
         GTEST_SKIP() << "runs at a low priority already";
     }
-    const pid_t child = fork(); // the change can't be taken back without rights
-    if (child == 0) {
+    GTEST_FLAG_SET(death_test_style, "fast");
+    const auto lower = [&worker] { // in a child: the change can't be taken back without rights
         Thread::ThreadPriority priority = Thread::PRIORITY_HIGH;
         const bool good = worker.setPriority(Thread::PRIORITY_LOW) == 0 &&
-                          getpriority(PRIO_PROCESS, 0) == 5 && worker.getPriority(priority) == 0 &&
-                          priority == Thread::PRIORITY_LOW;
-        _exit(good ? 0 : 1);
-    }
-    int status = -1;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
+                          getpriority(PRIO_PROCESS, 0) == 5 && worker.getPriority(priority) == 0;
+        _exit(good && priority == Thread::PRIORITY_LOW ? 0 : 1);
+    };
+    EXPECT_EXIT(lower(), testing::ExitedWithCode(0), "");
 }
 
 void runThrowing(const std::function<int()>& work) {
