@@ -29,20 +29,6 @@ void countLog(int level, const char* format, ...) {
     logLines += level == 3;
 }
 
-class LogHook {
-public:
-    LogHook() : before(Thread::log) {
-        Thread::log = countLog;
-        logLines = 0;
-    }
-    ~LogHook() { Thread::log = before; }
-    LogHook(const LogHook&) = delete;
-    LogHook& operator=(const LogHook&) = delete;
-
-private:
-    decltype(Thread::log) before;
-};
-
 } // namespace
 
 TEST(FDStream, EndAndErrorAreFinalWithoutASystemCall) {
@@ -56,26 +42,16 @@ TEST(FDStream, EndAndErrorAreFinalWithoutASystemCall) {
     EXPECT_EQ(stream.read(buffer, 8), 3);
     EXPECT_EQ(stream.getSize(), -1);
     ::close(ends[1]);
-    EXPECT_EQ(stream.read(buffer, 8), 0);
-    EXPECT_EQ(stream.getInputState(), Stream::StateEnd);
-    ::close(ends[0]);
-    EXPECT_EQ(stream.read(buffer, 8), 0);
+    for (int again = 0; again < 2; ++again) {
+        EXPECT_EQ(stream.read(buffer, 8), 0);
+        EXPECT_EQ(stream.getInputState(), Stream::StateEnd);
+        ::close(ends[0]);
+    }
     EXPECT_EQ(stream.write("x", 1), -1);
     EXPECT_EQ(stream.getOutputState(), Stream::StateError);
     errno = 0;
     EXPECT_EQ(stream.write("x", 1), -1);
     EXPECT_EQ(errno, 0);
-}
-
-TEST(FDStream, SizeIsFoundWithoutMoving) {
-    const support::TempDir directory;
-    support::writeFile(directory / "f", "0123456789");
-    const int fd = ::open((directory / "f").c_str(), O_RDONLY | O_CLOEXEC);
-    FDStream stream(fd);
-    EXPECT_EQ(stream.lseek(4, Stream::SeekStart), 4);
-    EXPECT_EQ(stream.getSize(), 10);
-    EXPECT_EQ(stream.lseek(0, Stream::SeekCurrent), 4);
-    ::close(fd);
 }
 
 TEST(File, WritesReadsAndCuts) {
@@ -89,7 +65,6 @@ TEST(File, WritesReadsAndCuts) {
     EXPECT_NE(fcntl(file.getDescriptor(), F_GETFD) & FD_CLOEXEC, 0);
     EXPECT_EQ(file.open(O_RDWR), -1);
     EXPECT_EQ(file.writeAll("0123456789", 10), 10);
-    EXPECT_EQ(file.getSize(), 10);
     EXPECT_EQ(file.truncate(4), 0);
     EXPECT_EQ(file.lseek(0, Stream::SeekCurrent), 4);
     char buffer[8];
@@ -97,6 +72,7 @@ TEST(File, WritesReadsAndCuts) {
     EXPECT_EQ(file.getInputState(), Stream::StateEnd);
     EXPECT_EQ(file.lseek(1, Stream::SeekStart), 1);
     EXPECT_EQ(file.getInputState(), Stream::StateGood);
+    EXPECT_EQ(FDStream(file.getDescriptor()).getSize(), 4); // found without moving
     EXPECT_EQ(file.read(buffer, 8), 3);
     EXPECT_EQ(file.forcedFlush(), 0);
     EXPECT_EQ(file.flush(), 0);
@@ -157,14 +133,13 @@ TEST(File, AttributesMarkHiddenNames) {
     for (const char* name : {".h", "v", "v.h"}) {
         const std::string path = directory / name;
         support::writeFile(path, "abc");
-        ASSERT_EQ(chmod(path.c_str(), 0640), 0);
+        struct stat status;
+        ASSERT_EQ(chmod(path.c_str(), 0640) + stat(path.c_str(), &status), 0);
         const File file(path.c_str());
         const File::Attributes* known = file.getAttributes();
         ASSERT_NE(known, nullptr);
         EXPECT_EQ(known->mode, (S_IFREG | 0640u) + (*name == '.' ? File::HiddenMark : 0));
         EXPECT_EQ(known->size, 3);
-        struct stat status;
-        ASSERT_EQ(stat(path.c_str(), &status), 0);
         EXPECT_EQ(known->modifyTime, status.st_mtime);
     }
 }
@@ -174,12 +149,15 @@ TEST(File, AFullDiskIsLoggedOnceAHundredTimes) {
     if (file.open(O_WRONLY) < 0) {
         GTEST_SKIP() << "no /dev/full here";
     }
-    const LogHook hook;
+    auto* const before = Thread::log;
+    Thread::log = countLog;
+    logLines = 0;
     for (int i = 1; i <= 201; ++i) {
-        ASSERT_EQ(file.write("x", 1), -1);
-        ASSERT_EQ(Thread::getLastError(), static_cast<unsigned>(ENOSPC));
-        ASSERT_EQ(logLines, (i + 99) / 100) << i;
+        EXPECT_EQ(file.write("x", 1), -1);
+        EXPECT_EQ(Thread::getLastError(), static_cast<unsigned>(ENOSPC));
+        EXPECT_EQ(logLines, (i + 99) / 100) << i;
     }
+    Thread::log = before;
     EXPECT_STREQ(lastLogLine, "File write error (No space left on device)");
     EXPECT_EQ(file.getOutputState(), Stream::StateError);
 }
