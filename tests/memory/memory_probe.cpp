@@ -514,29 +514,6 @@ void addressSpace() {
     REQUIRE(initializeMemoryAllocationSystem(limit * 2, false, 0, 0) == -1 || ::geteuid() == 0);
 }
 
-struct BlockCounter : AllocIterator {
-    void visit(void* data, std::uint64_t size, const char*, int line) override {
-        REQUIRE(data == allocTraceRoot + 1 && size == 1 && line == 10);
-        ++blocks;
-    }
-    int blocks = 0;
-};
-
-void trace() {
-    startPlain();
-    enableAllocTrace(100);
-    sink = malloc(1000);
-    REQUIRE(allocTraceActivated && allocThreshold == 100 && allocTraceRoot == nullptr);
-    AllocTraceData block{nullptr, nullptr, 1, "a", 10, 0, allocTraceSignature};
-    allocTraceRoot = &block;
-    BlockCounter counter;
-    iterateAllocations(counter);
-    REQUIRE(counter.blocks == 1);
-    disableAllocTrace();
-    REQUIRE(allocThreshold == static_cast<unsigned long>(-1) && allocTraceAge == 1);
-    REQUIRE(allocTraceRoot == nullptr);
-}
-
 void churn(unsigned seed) {
     struct {
         unsigned char* data;
@@ -593,30 +570,27 @@ void threads() {
 const struct {
     const char* name;
     void (*run)();
-} cases[] = {
-    {"arena", arena},
-    {"arguments", arguments},
-    {"pass_through", passThrough},
-    {"calloc_overflow", callocOverflow},
-    {"after_cleanup", afterCleanup},
-    {"disabled_free", disabledFree},
-    {"exhausted", exhausted},
-    {"attempts", attempts},
-    {"lock_holder", lockHolder},
-    {"large_new", largeNew},
-    {"small_new", [] { smallNew(false); }},
-    {"small_new_array", [] { smallNew(true); }},
-    {"reserve_sizes", reserveSizes},
-    {"reserve_shrinks", reserveShrinks},
-    {"reserve_spent", reserveSpent},
-    {"manager_serves", managerServes},
-    {"manager_refills", managerRefills},
-    {"manager_itself", managerItself},
-    {"kernel", kernel},
-    {"address_space", addressSpace},
-    {"trace", trace},
-    {"threads", threads},
-};
+} cases[] = {{"arena", arena},
+             {"arguments", arguments},
+             {"pass_through", passThrough},
+             {"calloc_overflow", callocOverflow},
+             {"after_cleanup", afterCleanup},
+             {"disabled_free", disabledFree},
+             {"exhausted", exhausted},
+             {"attempts", attempts},
+             {"lock_holder", lockHolder},
+             {"large_new", largeNew},
+             {"small_new", [] { smallNew(false); }},
+             {"small_new_array", [] { smallNew(true); }},
+             {"reserve_sizes", reserveSizes},
+             {"reserve_shrinks", reserveShrinks},
+             {"reserve_spent", reserveSpent},
+             {"manager_serves", managerServes},
+             {"manager_refills", managerRefills},
+             {"manager_itself", managerItself},
+             {"kernel", kernel},
+             {"address_space", addressSpace},
+             {"threads", threads}};
 
 } // namespace
 

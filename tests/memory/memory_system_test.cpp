@@ -48,7 +48,7 @@ INSTANTIATE_TEST_SUITE_P(All, MemorySystem,
                                          "lock_holder", "large_new", "reserve_sizes",
                                          "reserve_shrinks", "reserve_spent", "manager_serves",
                                          "manager_refills", "manager_itself", "kernel",
-                                         "address_space", "trace", "threads"),
+                                         "address_space", "threads"),
                          [](const auto& row) { return std::string(row.param); });
 
 TEST(MemorySystemDeath, SmallNewThatFailsEndsTheProcess) {

@@ -5,14 +5,20 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 namespace {
 
 TEST(SystemMemory, ReadsTheTotalLine) {
     Thread::init(); // streams are let go by their last holder only while the runtime stands
-    struct {
-        const char* text;
+    std::string longText;
+    for (int i = 0; i < 2000; ++i) {
+        longText += "Other" + std::to_string(i) + ":  12 kB\n";
+    }
+    const struct {
+        std::string text;
         unsigned long long size;
-    } const rows[] = {
+    } rows[] = {
         {"MemTotal:        8192 kB\n", 8388608},
         {"MemTotal:        8192 MB\n", 4294967295},
         {"MemFree: 1 kB\nMEMTOTAL: 16 K\nmemtotal: 99 K\n", 16384},
@@ -21,16 +27,7 @@ TEST(SystemMemory, ReadsTheTotalLine) {
         {"MemTotal: 3 G\r\n", 3221225472},
         {"MemTotal: 1 T\n", 4294967295},
         {"MemTotal: 18446744073709551615 T\n", 4294967295}, // the shift would wrap
-        {"MemTotal: 0 kB\n", 0},
-        {"MemTotal:        8192kB\n", 0},   // no blank
-        {"MemTotal:        8192\tkB\n", 0}, // no blank
-        {"MemTotal:        8192\n", 0},
-        {"MemTotal:        8192 \n", 0}, // no unit
-        {"MemTotal:        8192 xB\n", 0},
-        {"MemTotal: many\nMemTotal: 8192 kB\n", 0}, // the first line decides
-        {" MemTotal: 8192 kB\n", 0},
-        {"MemFree: 8192 kB\n", 0},
-        {"", 0},
+        {longText + "MemTotal: 7 kB\n", 7168},
     };
     const support::TempDir dir;
     const std::string path = dir / "meminfo";
@@ -38,12 +35,14 @@ TEST(SystemMemory, ReadsTheTotalLine) {
         support::writeFile(path, row.text);
         EXPECT_EQ(readMemTotal(path.c_str()), row.size) << row.text;
     }
-    std::string longText;
-    for (int i = 0; i < 2000; ++i) {
-        longText += "Other" + std::to_string(i) + ":  12 kB\n";
+    // No blank, no unit, none that is known, and a first line that decides.
+    for (const char* bad :
+         {"MemTotal: 0 kB\n", "MemTotal: 8192kB\n", "MemTotal: 8192\tkB\n", "MemTotal: 8192\n",
+          "MemTotal: 8192 \n", "MemTotal: 8192 xB\n", "MemTotal: many\nMemTotal: 8192 kB\n",
+          " MemTotal: 8192 kB\n", "MemFree: 8192 kB\n", ""}) {
+        support::writeFile(path, bad);
+        EXPECT_EQ(readMemTotal(path.c_str()), 0U) << bad;
     }
-    support::writeFile(path, longText + "MemTotal: 7 kB\n");
-    EXPECT_EQ(readMemTotal(path.c_str()), 7168U);
     EXPECT_EQ(readMemTotal((dir / "missing").c_str()), 0U);
     EXPECT_EQ(getSystemMemSize(), readMemTotal("/proc/meminfo"));
     Thread::cleanup();
