@@ -215,10 +215,10 @@ TEST(HVector, SearchGivesTheHighestIndexOfEqualElements) {
     for (const int value : {1, 2, 1, 3, 1, 4, 5}) {
         vector.append(value);
     }
-    EXPECT_EQ(vector.search(1), 4);
-    EXPECT_EQ(vector.search(2), 1);
-    EXPECT_EQ(vector.search(5), 6);
-    EXPECT_EQ(vector.search(6), -1);
+    const int indexes[] = {-1, 4, 1, 3, 5, 6, -1};
+    for (int value = 0; value < 7; ++value) {
+        EXPECT_EQ(vector.search(value), indexes[value]);
+    }
 }
 
 int compareInts(int key, int element) {
@@ -227,44 +227,36 @@ int compareInts(int key, int element) {
 
 TEST(HVector, BinarySearchesFindTheElementOrItsPlace) {
     HVector<int> vector(3);
-    int index = 77;
-    EXPECT_FALSE(vector.binSearch<int>(5, compareInts, 0, 0, &index));
-    EXPECT_EQ(index, 0);
-    EXPECT_FALSE(vector.binSearchRange(5, 0, 0, &index));
-    EXPECT_EQ(index, 0);
-
+    const auto expect = [&vector](int key, int from, int to, bool present, int place) {
+        int index = 77;
+        EXPECT_EQ(vector.binSearchRange(key, from, to, &index), present) << key;
+        EXPECT_EQ(index, place) << key << " from " << from << " to " << to;
+        if (from >= 0 && to <= vector.size()) {
+            EXPECT_EQ(vector.binSearch<int>(key, compareInts, from, to, &index), present) << key;
+            EXPECT_EQ(index, place) << key << " from " << from << " to " << to;
+        }
+    };
+    expect(5, 0, 0, false, 0);
     for (int i = 0; i < 50; ++i) {
         vector.append(i * 2 - 40);
     }
     for (int key = -43; key < 65; ++key) {
         const bool present = key >= -40 && key <= 58 && key % 2 == 0;
-        const int place = std::clamp((key + 41) / 2, 0, 50);
-        EXPECT_EQ(vector.binSearchRange(key, 0, 50, &index), present) << key;
-        EXPECT_EQ(index, place) << key;
-        EXPECT_EQ(vector.binSearch<int>(key, compareInts, 0, 50, &index), present) << key;
-        EXPECT_EQ(index, place) << key;
+        expect(key, 0, 50, present, std::clamp((key + 41) / 2, 0, 50));
     }
     EXPECT_TRUE(vector.binSearchRange(-40, 0, 50, nullptr));
     EXPECT_TRUE(vector.binSearch<int>(-40, compareInts, 0, 50, nullptr));
-
-    struct {
-        int from, to;
-    } const rows[] = {{7, 7}, {9, 8}, {10, 20}};
-    for (const auto& row : rows) {
-        EXPECT_FALSE(vector.binSearchRange(58, row.from, row.to, &index));
-        EXPECT_EQ(index, row.to);
-        EXPECT_FALSE(vector.binSearch<int>(58, compareInts, row.from, row.to, &index));
-        EXPECT_EQ(index, row.to);
-    }
-    EXPECT_FALSE(vector.binSearchRange(58, 0, 51, &index));
-    EXPECT_EQ(index, 0) << "a range behind the end";
-    EXPECT_FALSE(vector.binSearchRange(58, -1, 50, &index));
-    EXPECT_EQ(index, 0) << "a range before the start";
+    expect(58, 7, 7, false, 7);
+    expect(58, 9, 8, false, 8);
+    expect(58, 10, 20, false, 20);
+    expect(58, 0, 51, false, 0); // a range behind the end
+    expect(58, -1, 50, false, 0);
 
     HVector<unsigned> large(4);
     for (const unsigned value : {1U, 0x7fffffffU, 0x80000000U, 0xffffffffU}) {
         large.append(value);
     }
+    int index = 0;
     EXPECT_TRUE(large.binSearchRange(0x80000000U, 0, 4, &index));
     EXPECT_EQ(index, 2) << "unsigned elements compare unsigned";
 }
