@@ -142,24 +142,22 @@ TEST(QuotedPrintable, DecodesAndTellsStrictFromLoose) {
         std::string_view text;
         std::optional<std::string> loose;
         std::optional<std::string> strict;
-    } rows[] = {
-        {"", "", ""},
-        {"=41", "A", "A"},
-        {"=4a=4A", "JJ", fails},
-        {"a=\r\nb", "ab", "ab"},
-        {"a=\nb", "ab", fails},
-        {"a=\rb", "ab", fails},
-        {"=G1", "=G1", fails},
-        {"=4", "=4", fails},
-        {"=", "=", fails},
-        {"a=\r", "a", fails},
-        {"==41", "==41", fails},
-        {"=\x80z", "z", fails},
-        {"a\r\nb\nc", "a\r\nb\nc", "a\r\nb\nc"},
-        {"a\rb", "ab", fails},
-        {"a\tb_c", "a\tb_c", "a\tb_c"},
-        {"a\x01\x80z", "az", fails},
-    };
+    } rows[] = {{"", "", ""},
+                {"=41", "A", "A"},
+                {"=4a=4A", "JJ", fails},
+                {"a=\r\nb", "ab", "ab"},
+                {"a=\nb", "ab", fails},
+                {"a=\rb", "ab", fails},
+                {"=G1", "=G1", fails},
+                {"=4", "=4", fails},
+                {"=", "=", fails},
+                {"a=\r", "a", fails},
+                {"==41", "==41", fails},
+                {"=\x80z", "z", fails},
+                {"a\r\nb\nc", "a\r\nb\nc", "a\r\nb\nc"},
+                {"a\rb", "ab", fails},
+                {"a\tb_c", "a\tb_c", "a\tb_c"},
+                {"a\x01\x80z", "az", fails}};
     for (const auto& row : rows) {
         EXPECT_EQ(qpDecode(row.text, 0), row.loose) << row.text;
         EXPECT_EQ(qpDecode(row.text, 1), row.strict) << row.text;
@@ -176,58 +174,13 @@ TEST(QuotedPrintable, DecodesIntoTheCallersBuffer) {
     length = 3; // just room for the text, none for a zero byte
     ASSERT_EQ(qp.decode(bytes("abc"), 3, &out, &length, 0, false), 0);
     EXPECT_EQ(std::string(reinterpret_cast<char*>(buffer), 4), "abc\x09");
-    length = 4;
-    ASSERT_EQ(qp.decode(bytes("a=62"), 4, &out, &length, 0, false), 0);
-    EXPECT_EQ(length, 2U);
-    EXPECT_STREQ(reinterpret_cast<char*>(buffer), "ab");
     EXPECT_EQ(qp.decode(nullptr, 1, &out, &length, 0, false), -1);
     EXPECT_EQ(qp.decode(nullptr, 0, &out, &length, 0, false), 0);
 }
 
-TEST(QuotedPrintable, RoundTripsRandomText) {
-    std::mt19937_64 random = support::seededRandom("QuotedPrintable.RoundTripsRandomText");
-    for (int i = 0; i < 3000; ++i) {
-        const std::string text =
-            support::randomText(random, "ab =_?\xC3\xA9\t!\xE2\x82\xAC"sv, 300);
-        if (text.empty()) {
-            continue;
-        }
-        ASSERT_EQ(qpDecode(qpEncode(text, HEADER), 1, true), text);
-        ASSERT_EQ(qpDecode(qpEncode(text, {1, 1, false}), 1, false), text);
-    }
-}
-
-TEST(QuotedPrintable, DecodesInPiecesAsInOnePass) {
-    std::mt19937_64 random = support::seededRandom("QuotedPrintable.DecodesInPiecesAsInOnePass");
+// Any text in any pieces, and round trips, are the fuzz target's.
+TEST(QuotedPrintable, DecodesAPieceUpToAnUnfinishedEscape) {
     QP qp;
-    for (int i = 0; i < 3000; ++i) {
-        const std::string text = support::randomText(random, "a=4F_\r\nzg", 40);
-        const auto run = [&](std::size_t inStep, std::size_t outStep) {
-            std::string result;
-            std::size_t start = 0;
-            for (std::size_t end = 0; end < text.size();) {
-                end = std::min(text.size(), end + inStep);
-                Exact piece(std::string_view(text).substr(start, end - start));
-                const char* in = reinterpret_cast<const char*>(piece.data.get());
-                const char* const first = in;
-                const char* before = nullptr;
-                while (in != before) {
-                    before = in;
-                    std::vector<unsigned char> room(outStep);
-                    unsigned char* out = room.data();
-                    const int count = qp.decodeEx(out, out + outStep, in, first + piece.size);
-                    EXPECT_EQ(out - room.data(), count);
-                    result.append(reinterpret_cast<char*>(room.data()),
-                                  static_cast<std::size_t>(count));
-                }
-                start += static_cast<std::size_t>(in - first);
-            }
-            return result;
-        };
-        ASSERT_EQ(run(1 + support::below(random, 5), 1 + support::below(random, 3)),
-                  run(text.size() + 1, text.size() + 1))
-            << text;
-    }
     unsigned char room[8];
     unsigned char* out = room;
     const std::string_view data = "=41=ZZ=\r\nb\x80_=4";
@@ -275,37 +228,20 @@ TEST(Base64, Encodes) {
     EXPECT_EQ(b64Encode(line + line, '=', 1), b64Encode(line) + "\r\n" + b64Encode(line));
 }
 
-TEST(Base64, TellsTheRoomThatItNeeds) {
-    for (int size = 1; size < 200; ++size) {
-        const std::string text(static_cast<std::size_t>(size), 'x');
-        for (int breaks = 0; breaks < 2; ++breaks) {
-            unsigned char one[1] = {9};
-            int needed = 1;
-            ASSERT_EQ(base64encode(bytes(text), size, one, &needed, breaks), -1);
-            EXPECT_EQ(one[0], 0);
-            const std::unique_ptr<unsigned char[]> exact(
-                new unsigned char[static_cast<std::size_t>(needed)]);
-            int length = needed;
-            ASSERT_EQ(base64encode(bytes(text), size, exact.get(), &length, breaks), 0);
-            EXPECT_EQ(b64Decode(reinterpret_cast<char*>(exact.get()), 1), text);
-        }
-    }
-    unsigned char out[1] = {9};
-    int length = 0;
-    EXPECT_EQ(base64encode(bytes("a"), 1, out, &length, 0), -1);
-    EXPECT_EQ(length, 5);
-    EXPECT_EQ(out[0], 9) << "written into a buffer of no size";
-    length = 7;
-    EXPECT_EQ(base64encode(bytes("a"), 0, out, &length, 0), -1);
-    EXPECT_EQ(length, 0);
-    EXPECT_EQ(base64encode(bytes("a"), INT_MAX, out, &length, 0), -1);
-    length = 7;
-    EXPECT_EQ(base64decode(bytes("a"), 0, out, &length, 0), -1);
-    EXPECT_EQ(length, 7);
-    length = 1;
-    EXPECT_EQ(base64decode(bytes("YWJj"), 4, out, &length, 0), -1);
-    EXPECT_EQ(length, 4);
-    EXPECT_EQ(out[0], 0);
+// That the room told is enough and one byte less is not, is the fuzz target's.
+TEST(Base64, WritesNothingWithoutRoom) {
+    const auto call = [](auto* function, const char* text, int size, int room, int told, int last) {
+        unsigned char out[1] = {9};
+        EXPECT_EQ(function(bytes(text), size, out, &room, 0), -1);
+        EXPECT_EQ(room, told);
+        EXPECT_EQ(out[0], last);
+    };
+    call(base64encode, "a", 1, 0, 5, 9);
+    call(base64encode, "a", 1, 1, 5, 0);
+    call(base64encode, "a", 0, 7, 0, 9);
+    call(base64encode, "a", INT_MAX, 0, 0, 9);
+    call(base64decode, "a", 0, 7, 7, 9);
+    call(base64decode, "YWJj", 4, 1, 4, 0);
 }
 
 TEST(Base64, Decodes) {
@@ -315,21 +251,19 @@ TEST(Base64, Decodes) {
         std::optional<std::string> loose;
         std::optional<std::string> strict;
         std::optional<std::string> modified; // loose; not for texts with a pad
-    } rows[] = {
-        {"YWJj", "abc", "abc", "abc"},
-        {"YQ==", "a", "a", std::nullopt},
-        {"YWI=YWJj", "ab", "ab", std::nullopt},
-        {"YQ", fails, fails, "a"},
-        {"YWI", fails, fails, "ab"},
-        {"YWJjYQ", "abc", fails, "abca"},
-        {"YW\r\nJ\nj", "abc", "abc", "abc"},
-        {"Y*W-Jj", "abc", fails, "abc"},
-        {"\r\n", fails, fails, fails},
-        {"A===", "", fails, std::nullopt},
-        {"YWJj=A==", "abc", fails, std::nullopt},
-        {"Y", fails, fails, ""},
-        {"", fails, fails, fails},
-    };
+    } rows[] = {{"YWJj", "abc", "abc", "abc"},
+                {"YQ==", "a", "a", std::nullopt},
+                {"YWI=YWJj", "ab", "ab", std::nullopt},
+                {"YQ", fails, fails, "a"},
+                {"YWI", fails, fails, "ab"},
+                {"YWJjYQ", "abc", fails, "abca"},
+                {"YW\r\nJ\nj", "abc", "abc", "abc"},
+                {"Y*W-Jj", "abc", fails, "abc"},
+                {"\r\n", fails, fails, fails},
+                {"A===", "", fails, std::nullopt},
+                {"YWJj=A==", "abc", fails, std::nullopt},
+                {"Y", fails, fails, ""},
+                {"", fails, fails, fails}};
     for (const auto& row : rows) {
         EXPECT_EQ(b64Decode(row.text, 0), row.loose) << row.text;
         EXPECT_EQ(b64Decode(row.text, 1), row.strict) << row.text;
@@ -367,26 +301,7 @@ TEST(Base64, DecodesRandomTextAsAPlainReferenceDoes) {
     }
 }
 
-TEST(Base64, DecodesInPieces) {
-    const std::string text(100, 'q');
-    const std::string encoded = b64Encode(text, '=', 1);
-    std::string result;
-    std::string left;
-    for (std::size_t i = 0; i < encoded.size(); i += 7) {
-        left += encoded.substr(i, 7);
-        const char* in = left.data();
-        for (;;) {
-            unsigned char room[5];
-            unsigned char* out = room;
-            const int count = decodeBase64Ex(out, room + 5, in, left.data() + left.size());
-            result.append(reinterpret_cast<char*>(room), static_cast<std::size_t>(count));
-            if (count == 0) {
-                break;
-            }
-        }
-        left.erase(0, static_cast<std::size_t>(in - left.data()));
-    }
-    EXPECT_EQ(result, text);
+TEST(Base64, DecodesWholeGroupsOfAPiece) {
 
     const struct {
         std::string_view text;

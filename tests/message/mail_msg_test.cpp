@@ -3,6 +3,7 @@
 #include "message/line_tokenizer.h"
 #include "message/mail_msg.h"
 #include "message/staged_output.h"
+#include "tests/stream/streams.h"
 #include "tests/support/random.h"
 
 #include <gtest/gtest.h>
@@ -10,67 +11,22 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstring>
-#include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace {
 
 using namespace std::string_view_literals;
+using support::Sink;
+using support::Source;
 
 constexpr int HEADER_FLAGS = 1686;
 
 // An input that gives at most so many bytes a read, and then its end or an error.
-class ChunkInput : public Stream {
-public:
-    ChunkInput(std::string_view text, std::size_t chunkSize, State last = StateEnd)
-        : rest(text), chunk(chunkSize), finalState(last) {}
-    int read(void* buffer, int size) override {
-        const std::size_t count = std::min({rest.size(), chunk, static_cast<std::size_t>(size)});
-        std::memcpy(buffer, rest.data(), count);
-        rest.remove_prefix(count);
-        state = count > 0 ? StateGood : finalState;
-        return count > 0 || state == StateEnd ? static_cast<int>(count) : -1;
-    }
-    int write(const void*, int) override { return -1; }
-    State getInputState() const override { return state; }
-    State getOutputState() const override { return StateError; }
-
-private:
-    std::string_view rest;
-    std::size_t chunk;
-    State finalState;
-    State state = StateGood;
-};
-
-// An output that takes so many bytes in all.
-class TextOutput : public Stream {
-public:
-    explicit TextOutput(std::size_t most = std::string::npos) : limit(most) {}
-    int read(void*, int) override { return -1; }
-    int write(const void* buffer, int size) override {
-        const std::size_t count = std::min(limit - text.size(), static_cast<std::size_t>(size));
-        text.append(static_cast<const char*>(buffer), count);
-        ++writes;
-        pieces.insert(size);
-        return static_cast<int>(count);
-    }
-    State getInputState() const override { return StateError; }
-    State getOutputState() const override { return state; }
-
-    std::string text;
-    State state = StateGood;
-    int writes = 0;
-    std::set<int> pieces; // their sizes
-
-private:
-    std::size_t limit;
-};
-
 // All fields as name|separator|value lines.
 std::string dump(MailMsg& message) {
-    TextOutput out;
+    Sink out;
     message.disableOutputFolding();
     message.writeHeaders(out);
     return out.text;
@@ -85,16 +41,25 @@ struct Passed {
 
 Passed pass(std::string_view text, bool dotEndsInput = true, bool normalize = true,
             std::size_t chunk = 4096) {
-    ChunkInput input(text, chunk);
+    Source input(std::string(text), [chunk] { return static_cast<int>(chunk); });
     MailMsg message(&input, dotEndsInput, HEADER_FLAGS);
     Passed result;
     result.readResult = message.readHeaders(false);
     result.headers = dump(message);
-    TextOutput out;
+    Sink out;
     result.writeResult = message.writeBody(out, normalize);
     result.body = out.text;
     return result;
 }
+
+// A message whose headers were read, and its input.
+struct Read {
+    explicit Read(std::string text) : input(std::move(text)), message(&input, true, HEADER_FLAGS) {
+        EXPECT_EQ(message.readHeaders(false), 0);
+    }
+    Source input;
+    MailMsg message;
+};
 
 TEST(MailMsg, ReadsHeadersAndPassesTheBody) {
     const struct {
@@ -144,31 +109,18 @@ TEST(MailMsg, ReadsHeadersAndPassesTheBody) {
 }
 
 TEST(MailMsg, TakesAFailingInputForItsEnd) {
-    ChunkInput input("a: b\n\nbody", 4096, Stream::StateError);
+    Source input("a: b\n\nbody", [turn = 0]() mutable { return turn++ == 0 ? 4096 : -1; });
     MailMsg message(&input, true, HEADER_FLAGS);
     ASSERT_EQ(message.readHeaders(false), 0);
-    TextOutput out;
+    Sink out;
     EXPECT_EQ(message.writeAll(out, true), 0);
     EXPECT_EQ(out.text, "a: b\r\n\r\nbody");
     EXPECT_EQ(input.getInputState(), Stream::StateError);
 
-    ChunkInput none("", 4096, Stream::StateError);
+    Source none("", [] { return -1; });
     MailMsg empty(&none, true, HEADER_FLAGS);
     EXPECT_EQ(empty.readHeaders(false), 0);
     EXPECT_FALSE(empty.hasBlankLineAfterHeaders());
-}
-
-TEST(MailMsg, KnowsWhereTheBodyStarts) {
-    char text[] = "a: b\n\nbody\n.\nrest";
-    MemoryStream input(text, sizeof text - 1);
-    MailMsg message(&input, true, HEADER_FLAGS);
-    ASSERT_EQ(message.readHeaders(false), 0);
-    EXPECT_EQ(message.getBodyOffset(), 6);
-    EXPECT_FALSE(message.isInputEnded());
-    TextOutput out;
-    ASSERT_EQ(message.writeBody(out, true), 0);
-    EXPECT_EQ(out.text, "body\r\n");
-    EXPECT_TRUE(message.isInputEnded());
 }
 
 TEST(MailMsg, DoesNotWaitForMoreThanTheDot) {
@@ -178,7 +130,7 @@ TEST(MailMsg, DoesNotWaitForMoreThanTheDot) {
     ASSERT_EQ(::write(ends[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
     FDStream input(ends[0]);
     MailMsg message(&input, true, HEADER_FLAGS);
-    TextOutput out;
+    Sink out;
     EXPECT_EQ(message.readHeaders(false), 0);
     EXPECT_EQ(message.writeAll(out, true), 0); // the other end stays open
     EXPECT_EQ(out.text, "a: b\r\n\r\nbody\r\n");
@@ -191,32 +143,28 @@ TEST(MailMsg, TakesNoMoreThan4096Fields) {
     for (int i = 0; i < 4097; ++i) {
         text += "n: " + std::to_string(i) + "\n";
     }
-    ChunkInput input(text, 4096);
-    MailMsg message(&input, true, HEADER_FLAGS);
-    ASSERT_EQ(message.readHeaders(false), 0);
-    EXPECT_EQ(message.countHeaderField("N"), MailMsg::MAX_FIELDS);
-    EXPECT_STREQ(message.getHeaderValue("n", 4095), "4095");
-    TextOutput out;
-    ASSERT_EQ(message.writeAll(out, true), 0);
-    EXPECT_EQ(out.text.substr(out.text.size() - 18), "n: 4095\r\nn: 4096\r\n");
+    Read read(text);
+    EXPECT_EQ(read.message.countHeaderField("N"), MailMsg::MAX_FIELDS);
+    EXPECT_STREQ(read.message.getHeaderValue("n", 4095), "4095");
+    Sink out;
+    ASSERT_EQ(read.message.writeAll(out, true), 0);
+    EXPECT_TRUE(out.text.ends_with("\r\nn: 4095\r\nn: 4096\r\n"));
 }
 
 TEST(MailMsg, DropsTheRestOfAnOverlongLine) {
     for (std::size_t length : {262000U, 300000U, 10000000U}) {
         const std::string text = "a: " + std::string(length, 'x') + "\nb: c\n\nbody";
         const Passed passed = pass(text, true, true, 100000);
-        const std::size_t kept = std::min<std::size_t>(length + 3, 262144);
-        EXPECT_EQ(passed.headers, text.substr(0, kept) + "\r\nb: c\r\n\r\n");
+        EXPECT_EQ(passed.headers,
+                  text.substr(0, std::min<std::size_t>(length + 3, 262144)) + "\r\nb: c\r\n\r\n");
         EXPECT_EQ(passed.body, "body");
     }
 }
 
 TEST(MailMsg, FindsAndChangesFields) {
-    ChunkInput input("To: a\nCC: b\nto: c\nContent-Type: Text/Plain; x\nTO: d\n"
-                     "content-transfer-encoding: BASE64\n\n",
-                     4096);
-    MailMsg message(&input, true, HEADER_FLAGS);
-    ASSERT_EQ(message.readHeaders(false), 0);
+    Read read("To: a\nCC: b\nto: c\nContent-Type: Text/Plain; x\nTO: d\n"
+              "content-transfer-encoding: BASE64\n\n");
+    MailMsg& message = read.message;
     EXPECT_EQ(message.countHeaderField("tO"), 3);
     EXPECT_STREQ(message.getHeaderValue("TO", 1), "c");
     EXPECT_STREQ(message.getHeaderSeparator("cc", 0), ": ");
@@ -257,7 +205,7 @@ TEST(MailMsg, FindsAndChangesFields) {
 std::string writeField(const std::string& name, const std::string& value) {
     MailMsg message;
     message.insertHeaderField(name.c_str(), value.c_str());
-    TextOutput out;
+    Sink out;
     EXPECT_EQ(message.writeHeaders(out), 0);
     return out.text;
 }
@@ -283,12 +231,9 @@ TEST(MailMsg, FoldsLongFields) {
         {x(100) + " \t " + x(100), x(100) + "\r\n \t " + x(100)}, // no line of blanks alone
     };
     for (const auto& row : rows) {
-        const std::string text = "nn:" + row.value;
-        ChunkInput input(text, 4096);
-        MailMsg read(&input, false, HEADER_FLAGS);
-        ASSERT_EQ(read.readHeaders(false), 0);
-        TextOutput out;
-        EXPECT_EQ(read.writeHeaders(out), 0);
+        Read read("nn:" + row.value);
+        Sink out;
+        EXPECT_EQ(read.message.writeHeaders(out), 0);
         EXPECT_EQ(out.text, "nn:" + row.written + "\r\n") << row.value;
     }
 }
@@ -382,15 +327,12 @@ TEST(MailMsg, GathersLinesForTheOutput) {
     for (int i = 0; i < 20000; ++i) {
         text += "a line of an ordinary length, ended by a bare line feed\n";
     }
-    ChunkInput input(text, 65536);
-    MailMsg message(&input, true, HEADER_FLAGS);
-    ASSERT_EQ(message.readHeaders(false), 0);
-    TextOutput out;
-    ASSERT_EQ(message.writeAll(out, true), 0);
+    Read read(text);
+    Sink out;
+    ASSERT_EQ(read.message.writeAll(out, true), 0);
     EXPECT_EQ(out.text.size(), text.size() + 20000 + 2);
     EXPECT_EQ(out.writes, static_cast<int>(out.text.size() / StagedOutput::SIZE + 1));
-    EXPECT_EQ(out.pieces, std::set<int>({StagedOutput::SIZE,
-                                         static_cast<int>(out.text.size() % StagedOutput::SIZE)}));
+    EXPECT_EQ(out.largestWrite, StagedOutput::SIZE);
 }
 
 TEST(MailMsg, KeepsEmptyLinesWholeWhereTheGatheredTextIsFull) {
@@ -407,29 +349,18 @@ TEST(MailMsg, KeepsEmptyLinesWholeWhereTheGatheredTextIsFull) {
 TEST(MailMsg, ReportsAnOutputThatFails) {
     const std::string text = "a: b\nc: " + std::string(20000, 'd') + "\n\n" +
                              std::string(30000, 'e') + "\n" + std::string(100, 'f');
-    TextOutput whole;
-    {
-        ChunkInput input(text, 4096);
-        MailMsg message(&input, true, HEADER_FLAGS);
-        ASSERT_EQ(message.readHeaders(false), 0);
-        EXPECT_EQ(message.writeAll(whole, true), 0);
-    }
+    Sink whole;
+    EXPECT_EQ(Read(text).message.writeAll(whole, true), 0);
     const std::size_t full = whole.text.size();
     for (std::size_t room : {std::size_t{0}, std::size_t{5}, full - 30105, full - 110, full - 1}) {
-        ChunkInput input(text, 4096);
-        MailMsg message(&input, true, HEADER_FLAGS);
-        ASSERT_EQ(message.readHeaders(false), 0);
-        TextOutput out(room);
-        EXPECT_EQ(message.writeAll(out, true), -1) << room;
+        Sink out([&] { return static_cast<int>(room - out.text.size()); });
+        EXPECT_EQ(Read(text).message.writeAll(out, true), -1) << room;
         EXPECT_EQ(out.text.size(), room);
     }
-    ChunkInput input(text, 4096);
-    MailMsg message(&input, true, HEADER_FLAGS);
-    ASSERT_EQ(message.readHeaders(false), 0);
-    TextOutput out;
-    out.state = Stream::StateError;
-    EXPECT_EQ(message.writeHeaders(out), -1);
-    EXPECT_EQ(message.writeBody(out, true), -1);
+    Read read(text);
+    Source broken(""); // not for output
+    EXPECT_EQ(read.message.writeHeaders(broken), -1);
+    EXPECT_EQ(read.message.writeBody(broken, true), -1);
 }
 
 } // namespace
