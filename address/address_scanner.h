@@ -4,10 +4,10 @@
 // A run of white space and comments is one Cfws token, and the content of quoted strings and domain
 // literals comes as Qcontent and Dcontent tokens with a Fws token for each fold between them. A
 // line feed that is not part of folding white space is skipped. A byte that fits nowhere, also any
-// with the top bit set, is the token Error, which no grammar takes.
+// with the top bit set, is the token Error2, which no grammar takes.
 //
 // The scanner proper is generated. Its state belongs to this object; its blocks come from the
-// per-thread string pools. One thread at a time. It has no way to fail other than the Error token.
+// per-thread string pools. One thread at a time. It has no way to fail other than the Error2 token.
 
 #ifndef MORVEX_ADDRESS_ADDRESS_SCANNER_H
 #define MORVEX_ADDRESS_ADDRESS_SCANNER_H

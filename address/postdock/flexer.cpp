@@ -113,12 +113,17 @@ void AddrPostdockFlexer::clean() {
     defaultDomain = nullptr;
     builder.clean();
     reset();
+    commentDepth = 0;
 }
 
 int AddrPostdockFlexer::nextToken(std::string*& value) {
-    const int token = scan(commentDepth);
-    value = builder.getPool().addString(tokenText());
-    return token;
+    tokenBefore = lastToken;
+    lastToken = scan(commentDepth);
+    const std::string_view bytes = tokenText();
+    lastIsRawByte = lastToken == AddressError2 && commentDepth == 0 && !bytes.empty() &&
+                    static_cast<unsigned char>(bytes[0]) >= 0x80;
+    value = builder.getPool().addString(bytes);
+    return lastToken;
 }
 
 bool AddrPostdockFlexer::commitMailbox(Mailbox2* mailbox) {

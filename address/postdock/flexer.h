@@ -36,6 +36,11 @@ public:
     // The next token, with its text in a pooled string.
     int nextToken(std::string*& value);
 
+    // Whether the last token is a raw 8-bit byte outside of comments and quotes; the second, one
+    // right behind an atom, as in `a@x\xE9.org`.
+    bool isRawByte() const { return lastIsRawByte; }
+    bool isAtomCutOff() const { return lastIsRawByte && tokenBefore == AddressAtextPlus; }
+
     AddressBuilder& getBuilder() { return builder; }
     StringPool& getPool() { return builder.getPool(); }
     bool isNullPathAllowed() const { return allowNullPath; }
@@ -61,6 +66,9 @@ private:
     int count;           // mailboxes delivered so far
     bool allowNullPath;
     AddressBuilder builder;
+    int lastToken = AddressEnd;
+    int tokenBefore = AddressEnd;
+    bool lastIsRawByte = false;
 };
 
 // The generated grammar. Returns 0 on success, non-zero on failure; calls no one but the flexer,

@@ -27,6 +27,9 @@ static constexpr int NoToken = TOK_ADDRPOSTDOCKEMPTY;
 
 address:
     mailbox {
+        if (yychar == TOK_ERROR2 && FLEXER->isAtomCutOff()) {
+            YYABORT;
+        }
         if (FLEXER->commitMailbox($1)) {
             YYACCEPT;
         }
@@ -40,7 +43,9 @@ address:
 
 addr_spec:
     local_part {
-        if (FLEXER->getDefaultDomain() == nullptr) {
+        /* The first word of a name that cannot be read, as in `Joe [Admin] <a@b>`, is no address. */
+        const bool name = yychar == '[' || (yychar == TOK_ERROR2 && FLEXER->isRawByte());
+        if (FLEXER->getDefaultDomain() == nullptr || name) {
             YYABORT;
         }
         $$ = $1;

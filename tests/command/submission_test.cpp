@@ -323,7 +323,8 @@ TEST(Submission, WorksWithoutAConfiguration) {
 
 TEST(Submission, NamesACallerWithoutAPasswordEntryByNumber) {
     Desk desk;
-    desk.environment = {{"MORVEX_TEST_NO_PASSWD", "1"}};
+    desk.environment = {{"MORVEX_TEST_NO_PASSWD", "1"},
+                        {"MORVEX_TEST_FAULT", "open:/etc/passwd:0:2"}};
     desk.input = "\nb\n";
     const Outcome run = desk.run({"a@b.org"});
     EXPECT_EQ(run.exitCode, 0);
