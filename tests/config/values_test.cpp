@@ -133,6 +133,17 @@ TEST_F(ValuesTest, EscapesForQuotedValues) {
     EXPECT_EQ(toString(TYPE_STRING, Value(), 1, true), "");
 }
 
+TEST_F(ValuesTest, ASlotIsSetFromItself) {
+    const std::pair<unsigned, const char*> rows[] = {{TYPE_STRING, "text"},
+                                                     {TYPE_INET_ADDR_SET, "1.0.0.0/255.0.0.0"},
+                                                     {TYPE_BINARY_STRING, "YWJj"}};
+    for (const auto& [type, text] : rows) {
+        ASSERT_EQ(root->setStringValue(type, text), 0);
+        ASSERT_EQ(root->setValue(type, root->getValue(type)), 0);
+        EXPECT_EQ(toString(type, root->getValue(type)), text);
+    }
+}
+
 TEST_F(ValuesTest, EmptyForms) {
     const char* const forms[] = {"0",        "0", "no", "()", "", "", "0.0.0.0", "0.0.0.0-0.0.0.0",
                                  "0.0.0.0:0"};
