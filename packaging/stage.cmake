@@ -20,6 +20,9 @@ foreach(component command development)
 
     file(COPY_FILE ${CMAKE_CURRENT_LIST_DIR}/copyright ${documents}/copyright)
     file(COPY_FILE ${CMAKE_CURRENT_LIST_DIR}/changelog ${documents}/changelog.Debian)
+    # Debian's name for the changes of the program itself.
+    file(COPY_FILE ${CMAKE_CURRENT_LIST_DIR}/../CHANGELOG.md ${documents}/changelog)
+    file(REMOVE ${documents}/CHANGELOG.md)
     if(EXISTS ${CMAKE_CURRENT_LIST_DIR}/lintian/${name})
         file(MAKE_DIRECTORY ${root}/usr/share/lintian/overrides)
         file(COPY_FILE ${CMAKE_CURRENT_LIST_DIR}/lintian/${name}
@@ -27,7 +30,7 @@ foreach(component command development)
     endif()
 
     file(GLOB_RECURSE pages ${root}/usr/share/man/*.[15])
-    run(gzip -9n ${pages} ${documents}/changelog.Debian)
+    run(gzip -9n ${pages} ${documents}/changelog ${documents}/changelog.Debian)
 
     file(GLOB_RECURSE archives ${root}/*.a)
     if(archives)
