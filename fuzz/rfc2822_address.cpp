@@ -13,7 +13,10 @@ FUZZ_TARGET(rfc2822_address) {
     const int result = header.parse2822(text.get(), true);
     const Entries entries = entriesOf(header);
 
-    // What was complete before a failing point is the same as well.
+    // What was complete before a failing point is the same as well, but for what stands in front of
+    // a `[` or a raw byte: the command line's grammar takes that for the front of a name.
+    const auto mayEndName = [](char c) { return c == '[' || (c & 0x80) != 0; };
+    const bool cut = result != 0 && std::any_of(text.get(), text.get() + text.size(), mayEndName);
     AddressList completed;
     FUZZ_CHECK((completed.parsePostdock(text.get(), 0, Domain, false) >= 0) == (result == 0));
     AddressList bare;
@@ -28,8 +31,8 @@ FUZZ_TARGET(rfc2822_address) {
             }
         }
     }
-    FUZZ_CHECK(entriesOf(bare).size() == entriesOf(completed).size());
-    if (std::strchr(text.get(), '\\') == nullptr) {
+    FUZZ_CHECK(cut || entriesOf(bare).size() == entriesOf(completed).size());
+    if (!cut && std::strchr(text.get(), '\\') == nullptr) {
         FUZZ_CHECK(entriesOf(bare) == entriesOf(completed));
     }
 
