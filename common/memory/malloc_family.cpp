@@ -70,6 +70,9 @@ void* outOfMemory() {
 
 } // namespace
 
+// The C library declares these with parameter names of its own.
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
+
 extern "C" MORVEX_EXPORT void* malloc(std::size_t size) noexcept {
     if (!mvxAllocInitialized.load(std::memory_order_relaxed)) [[unlikely]] {
         return allocateInArena(size);
@@ -125,6 +128,8 @@ extern "C" MORVEX_EXPORT void* calloc(std::size_t count, std::size_t size) noexc
     }
     return block;
 }
+
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)
 
 void* allocMemory(unsigned long size, int maxTries, const char*, int) {
     if (!mvxAllocInitialized.load(std::memory_order_relaxed)) {

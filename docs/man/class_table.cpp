@@ -178,7 +178,7 @@ std::string defaultOf(const Attribute& attribute) {
     case DEFAULT_TIME_CONSTANT:
         return "; default " + text(params[0].asText());
     case DEFAULT_PURGE_FOLDERS:
-        return "; default \\(dqDeleted Items\\(dq, \\(dqSpam\\(dq, \\(dqTrash\\(dq";
+        return R"(; default \(dqDeleted Items\(dq, \(dqSpam\(dq, \(dqTrash\(dq)";
     default:
         return "; default of the server";
     }
