@@ -44,8 +44,12 @@ bool requestMoreMemory(int& tries) {
 }
 
 Worker::~Worker() {
+    finish();
+}
+
+void Worker::finish() {
     try {
-        join(); // while run is still this class's
+        join();
     } catch (const hexcept&) {
         EXPECT_FALSE(isRunning()); // never started, joined before, or detached and at its end
     }

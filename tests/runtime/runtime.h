@@ -33,6 +33,9 @@ public:
     ~Worker() override;
     int run() override { return work(); }
 
+protected:
+    void finish(); // joins if that is left to do; a destructor's, while run is still its class's
+
 private:
     std::function<int()> work;
 };
@@ -43,6 +46,7 @@ public:
     explicit Started(std::function<int()> function) : Worker(std::move(function)) {
         EXPECT_EQ(start(0), 0);
     }
+    ~Started() override { finish(); }
 };
 
 // Runs a function on so many threads at once, and waits for all.
