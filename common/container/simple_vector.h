@@ -42,7 +42,7 @@ public:
     // The array is made anew only where the size crosses a multiple of 16.
     void append(T value) {
         setDataSize((size | 15) + 1);
-        data[size] = value;
+        data[size] = value; // NOLINT(clang-analyzer-core.NullDereference): that was above 0
         size += 1;
     }
 

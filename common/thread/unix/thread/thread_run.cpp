@@ -80,10 +80,9 @@ public:
     void setStack(void* block) {
         if (failure == 0) {
             const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-            const std::uintptr_t start =
-                (reinterpret_cast<std::uintptr_t>(block) + page - 1) / page * page;
-            failure = pthread_attr_setstack(&attributes, reinterpret_cast<void*>(start),
-                                            stackBlockSize - 2 * page);
+            const std::size_t behindPage = reinterpret_cast<std::uintptr_t>(block) % page;
+            char* const start = static_cast<char*>(block) + (page - behindPage) % page;
+            failure = pthread_attr_setstack(&attributes, start, stackBlockSize - 2 * page);
         }
     }
     const pthread_attr_t& get() const { return attributes; }
@@ -226,6 +225,7 @@ void* Thread::thstart(void* argument) {
         threadinternal::putStack(block, static_cast<std::uintptr_t>(gettid()));
     }
     countThreads(-1);
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the result of run() is a number
     return reinterpret_cast<void*>(static_cast<std::intptr_t>(result));
 }
 
