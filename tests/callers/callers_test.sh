@@ -19,7 +19,7 @@ need() { command -v "$1" >/dev/null || skip "$1 is not installed"; }
 if [ "${CALLERS_DIRECTORY-}" = "" ]; then
     dir=$(mktemp -d "${TMPDIR:-/tmp}/postdock-callers-XXXXXX")
     trap 'rm -rf "$dir"' EXIT
-    mkdir -p "$dir/home" "$dir/tmp" "$dir/work/run"
+    mkdir -p "$dir/home" "$dir/tmp" "$dir/server/run"
     env -i CALLERS_DIRECTORY="$dir" HOME="$dir/home" TMPDIR="$dir/tmp" TZ=UTC LC_ALL=C.UTF-8 \
         PATH="$PATH:/usr/sbin" ${ASAN_OPTIONS+ASAN_OPTIONS="$ASAN_OPTIONS"} TERM=dumb \
         bash "$0" "$@"
@@ -34,14 +34,14 @@ complain() {
 }
 
 printf 'Server { primaryDomain = example.org processing = { %s } }\n' \
-    'queuePath = queue queueEntryCount = 1' >work/run/morvex.cfg
+    'queuePath = queue queueEntryCount = 1' >server/run/morvex.cfg
 # The two commands that callers are given: the program itself, and the adapter of the manual.
 plain=$dir/postdock
 adapter=$dir/sendmail
 cat >"$plain" <<EOF
 #!/bin/sh
 echo "\$*" >"$dir/arguments"
-exec "$postdock" -W "$dir/work" "\$@"
+exec "$postdock" -W "$dir/server" "\$@"
 EOF
 sed -n '/^#!\/bin\/sh/,/^\.Ed/p' "$page" | sed '/^\.Ed/d; s/\\e/\\/g' |
     sed "s|/usr/bin/postdock|$plain|" >"$adapter"
@@ -55,12 +55,12 @@ own=$(id -un 2>/dev/null || id -u)@example.org
 queued() {
     local ids id count state
     cat >expected
-    ids=$(ls work/queue/locals 2>/dev/null)
+    ids=$(ls server/queue/locals 2>/dev/null)
     if [[ ! $ids =~ ^00[0-9A-F]{4}$ ]]; then
         complain "$1: the markers are '$ids'"
     else
         id=${ids#00}
-        state=work/queue/00/S$id
+        state=server/queue/00/S$id
         count=$(od -An -tu4 -j42 -N4 "$state" | tr -d ' ')
         [ "$(head -c 6 "$state")$(od -An -tx1 -j6 -N8 "$state")" = \
             "HMIQF\$ 07 00 00 00 01 01 00 00" ] || complain "$1: the state file's head is wrong"
@@ -70,13 +70,13 @@ queued() {
             complain "$1: expected (<) and found (>) in the state file: $(cat difference)"
         sed "1,2{/^Received: by example.org (Morvex postdock invoked by uid $(id -u)) id 00$id;\r$/d
                 /^ [A-Z][a-z][a-z], .* [-+][0-9]*\r$/d}
-            s/\r$//;t;s/$/<no CR>/" "work/queue/00/D$id.00" |
+            s/\r$//;t;s/$/<no CR>/" "server/queue/00/D$id.00" |
             sed -E '1,/^$/s/^(Date|Message-I[dD]|User-Agent|X-Mailer): .*/\1: */' |
             diff expected - >difference ||
             complain "$1: expected (<) and found (>) in the data file: $(cat difference)"
     fi
     [ "$failed" = 0 ] || echo "called with: $(cat arguments)" >&2
-    rm -rf work/queue arguments
+    rm -rf server/queue arguments
 }
 # submit WORD...: runs a caller, or the command, with the file text as its input.
 submit() { "$@" <text >output 2>&1 || complain "'$*' ended with $?: $(cat output)"; }
@@ -103,7 +103,7 @@ run_flags() {
     submit "$adapter" -i -v -f robot@example.net -- ops@example.net bob
     queued "adapter with recipients" root@example.org root@example.org \
         "ops@example.net bob@example.org" <<<$'Date: *\n'"$from${kept%$'\n'}"
-    sed -i '1s/root/root@example.org/' text
+    sed -i '1s|root|root@example.org|' text
     submit "$adapter" -ni -i ops@example.net
     queued "adapter with -ni" root@example.org root@example.org ops@example.net \
         <<<$'Date: *\n'"${from/root/root@example.org}${body%$'\n'}"
@@ -116,7 +116,7 @@ run_flags() {
     printf 'Date: *\nFrom: %s\nTo: root\n\n%s' "$own" "$bare" |
         queued "-i alone" "$own" "$own" root@example.org
     submit "$plain" -t -v
-    [ ! -e work/queue ] || complain "-v leaves a mail"
+    [ ! -e server/queue ] || complain "-v leaves a mail"
     printf 'To: Grüße <lost@example.net>\nCc: kept@example.net\n\nx' >text
     submit "$plain" -t
     printf 'Date: *\nFrom: %s\nTo: Grüße <lost@example.net>\nCc: kept@example.net\n\nx\n' \
@@ -158,7 +158,7 @@ run_cron() {
         exec timeout 100 /usr/sbin/cron -f' >output 2>&1 &
     local running=$!
     for _ in $(seq 300); do
-        [ "$(ls work/queue/locals 2>/dev/null)" = "" ] || break
+        [ "$(ls server/queue/locals 2>/dev/null)" = "" ] || break
         kill -0 "$running" 2>/dev/null || break
         sleep 0.1
     done

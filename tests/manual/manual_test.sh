@@ -83,8 +83,8 @@ complete_words() {
 offered=$(complete_words -)
 same "options of the program (<) and of the completion (>)" "${kept/-i /-ti -ni }" "$offered"
 
-mkdir -p "$dir/work/run" "$dir/wall"
-touch "$dir/work/run/morvex.cfg" "$dir/wfile"
+mkdir -p "$dir/wdir/run" "$dir/wall"
+touch "$dir/wdir/run/morvex.cfg" "$dir/wfile"
 me=$(id -un)
 # expect RESULT WORD...
 expect() {
@@ -95,8 +95,8 @@ expect() {
 expect "--workdir" --w
 expect "" -W /tmp --w
 expect "" --workdir /tmp -W
-expect "$dir/wall $dir/work" -W "$dir/w"
-expect "run/morvex.cfg" -W "$dir/work" -C run/m
+expect "$dir/wall $dir/wdir" -W "$dir/w"
+expect "run/morvex.cfg" -W "$dir/wdir" -C run/m
 expect "$dir/wfile" --configfile "$dir/wf"
 expect "" -F -
 expect "--configfile --help --version --workdir -C -F -W -f -h -n -ni -r -v" -t -oi -
