@@ -13,8 +13,9 @@ FUZZ_TARGET(rfc2822_address) {
     const int result = header.parse2822(text.get(), true);
     const Entries entries = entriesOf(header);
 
-    // What was complete before a failing point is the same as well, but for what stands in front of
-    // a `[` or a raw byte: the command line's grammar takes that for the front of a name.
+    // What was complete before a failing point is the same as well. Only the one entry in front of
+    // a
+    // `[` or a raw byte may be missing, which the command line's grammar takes for part of a name.
     const auto mayEndName = [](char c) { return c == '[' || (c & 0x80) != 0; };
     const bool cut = result != 0 && std::any_of(text.get(), text.get() + text.size(), mayEndName);
     AddressList completed;
@@ -31,9 +32,14 @@ FUZZ_TARGET(rfc2822_address) {
             }
         }
     }
-    FUZZ_CHECK(cut || entriesOf(bare).size() == entriesOf(completed).size());
-    if (!cut && std::strchr(text.get(), '\\') == nullptr) {
-        FUZZ_CHECK(entriesOf(bare) == entriesOf(completed));
+    Entries expected = entriesOf(bare);
+    const Entries found = entriesOf(completed);
+    if (cut && found.size() + 1 == expected.size()) {
+        expected.pop_back();
+    }
+    FUZZ_CHECK(expected.size() == found.size());
+    if (std::strchr(text.get(), '\\') == nullptr) {
+        FUZZ_CHECK(expected == found);
     }
 
     if (result == 0) {

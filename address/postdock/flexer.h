@@ -36,8 +36,8 @@ public:
     // The next token, with its text in a pooled string.
     int nextToken(std::string*& value);
 
-    // Whether the last token is a raw 8-bit byte outside of comments and quotes; the second, one
-    // right behind an atom, as in `a@x\xE9.org`.
+    // Whether the last token is a raw 8-bit byte outside of comments; the second, one right behind
+    // an atom, as in `a@x\xE9.org`.
     bool isRawByte() const { return lastIsRawByte; }
     bool isAtomCutOff() const { return lastIsRawByte && tokenBefore == AddressAtextPlus; }
 

@@ -103,10 +103,11 @@ run_flags() {
     submit "$adapter" -i -v -f robot@example.net -- ops@example.net bob
     queued "adapter with recipients" root@example.org root@example.org \
         "ops@example.net bob@example.org" <<<$'Date: *\n'"$from${kept%$'\n'}"
-    sed -i '1s|root|root@example.org|' text
+    local name=root
+    sed -i "1s|$name|$name@example.org|" text
     submit "$adapter" -ni -i ops@example.net
     queued "adapter with -ni" root@example.org root@example.org ops@example.net \
-        <<<$'Date: *\n'"${from/root/root@example.org}${body%$'\n'}"
+        <<<$'Date: *\n'"${from/$name/$name@example.org}${body%$'\n'}"
 
     whole_message
     submit "$adapter" -i -t -v

@@ -72,6 +72,7 @@ TEST_F(CatalogueTest, KnownIndexesStayWhereTheyAre) {
         {"Server", 7, "primaryDomain"},
         {"Server", 18, "processing"},
         {"Server", 36, "clusterSettings"},
+        {"ProcessingService", 6, "queuePath"},
         {"ProcessingService", 7, "queueEntryCount"},
         {"TCPListener", 12, "sslControl"},
         {"ProxyTCPListener", 13, "listenerDomain"},
@@ -81,12 +82,18 @@ TEST_F(CatalogueTest, KnownIndexesStayWhereTheyAre) {
         {"IMAPService", 16, "greetingsText"},
         {"SMTPInService", 13, "enableSmtpRouting"},
         {"Filters", 3, "integratedFilters"},
+        {"Domain", 0, "name"},
         {"Domain", 1, "aliases"},
+        {"Domain", 26, "sharedFoldersNamespace"},
+        {"Domain", 34, "domainUniversalUniqueID"},
         {"Domain", 38, "backupLabels"},
+        {"DomainAdminLimits", 22, "subdomainStorageLocation"},
         {"DomainAdminLimits", 27, "purgeConstraint"},
         {"User", 1, "aliases"},
         {"UserV41", 11, "aliases"},
+        {"Maillist", 14, "subscribeRcpt"},
         {"Maillist", 16, "requestRcpt"},
+        {"UserWebmailData", 15, "timeZone"},
         {"UserWebmailData", 22, "startWorkingTime"},
         {"UserLimits", 107, "peaUsernameRecoveryFileNameInherited"},
         {"LdapConnector", 2, "ldapURI1"},
@@ -166,23 +173,95 @@ TEST_F(CatalogueTest, ChoicesOfASetAreBitsOrShorthandsForBits) {
     EXPECT_EQ(0xDU, value);
 }
 
+TEST_F(CatalogueTest, EveryServiceThatListensHasItsPort) {
+    struct Row {
+        const char* className;
+        DefaultIds defaultId;
+        unsigned port;
+    };
+    const Row rows[] = {
+        {"LogService", DEFAULT_UDP_LISTENER, 2000},
+        {"ReportingService", DEFAULT_UDP_LISTENER, 161},
+        {"SMTPInService", DEFAULT_TCP_LISTENER, 25},
+        {"POP3Service", DEFAULT_TCP_LISTENER, 110},
+        {"IMAPService", DEFAULT_TCP_LISTENER, 143},
+        {"WebMailService", DEFAULT_TCP_LISTENER, 8000},
+        {"WebAdminService", DEFAULT_TCP_LISTENER, 9000},
+        {"CLIService", DEFAULT_TCP_LISTENER, 7000},
+        {"FTPBackupService", DEFAULT_TCP_LISTENER, 21},
+        {"ProxyPOP3Service", DEFAULT_TCP_LISTENER, 8110},
+        {"ProxyIMAPService", DEFAULT_TCP_LISTENER, 8143},
+        {"WebmailProxyService", DEFAULT_TCP_LISTENER, 8800},
+    };
+    for (const Row& row : rows) {
+        const AttributeDesc& desc =
+            Config::theConfig->findClass(row.className)->findAttribute("listeners")->getDesc();
+        EXPECT_EQ(row.defaultId, desc.defaultId) << row.className;
+        EXPECT_EQ(row.port, CONFIG_DESC.defaultParams[desc.defaultParams].asUnsigned());
+        EXPECT_EQ(32U, desc.maxCount);
+    }
+}
+
+TEST_F(CatalogueTest, NumbersStayWithinTheirIntervals) {
+    struct Row {
+        const char* attribute;
+        const char* good;
+        const char* bad;
+    };
+    const Row rows[] = {
+        {"logLevel", "31", "32"},         {"logLevel", "0", "-1"},
+        {"queueEntryCount", "1", "0"},    {"queueEntryCount", "256", "257"},
+        {"maxSchedInterval", "5", "4"},   {"schedInterval", "86400", "86401"},
+        {"greylistingCache", "1440", ""}, {"procQueueSize", "2", "1"},
+    };
+    const std::unique_ptr<Object> object(ProcService::newObject());
+    for (const Row& row : rows) {
+        const unsigned index = object->getObjectClass()->findAttribute(row.attribute)->getIndex();
+        EXPECT_EQ(0, object->setStringValue(index, row.good)) << row.attribute;
+        EXPECT_EQ(-1, object->setStringValue(index, row.bad)) << row.attribute;
+    }
+}
+
 TEST_F(CatalogueTest, AnEmptyServerIsComplete) {
     ASSERT_EQ(0, load("Server {}"));
     const char* const rows[][2] = {
         {"services", "(log processing smtpIncoming smtpOutgoing pop3 imap cli webadmin)"},
+        {"serverName", ""},
         {"sslRandomFile", "none"},
+        {"smtpFiltersFile", "filters/smtpFilters.script"},
+        {"primaryDomain", ""},
         {"enableIOSynchronization", "no"},
+        {"maxIndexingThreads", "2"},
+        {"maxMigrationThreads", "10"},
         {"defaultTimeZone", "GMT"},
+        {"defaultLanguage", "en"},
+        {"serverDataLocation", "serverData"},
         {"domainStorageParams", "()"},
         {"sendStatisticsEmail", "yes"},
+        {"postmasterStatisticsEmailAddress", ""},
         {"processing.logType", "internal"},
+        {"processing.logLevel", "15"},
         {"processing.logHost", "127.0.0.1:2000"},
+        {"processing.maxSchedInterval", "28800"},
+        {"processing.schedInterval", "300"},
+        {"processing.maxRetryCount", "20"},
         {"processing.queuePath", "queue"},
         {"processing.queueEntryCount", "64"},
+        {"processing.procQueueSize", "256"},
+        {"processing.deliveryThreads", "20"},
+        {"processing.messagesPerSecond", "20"},
+        {"processing.disableInterval", "300"},
+        {"processing.filteringThreads", "20"},
+        {"processing.greylistingCache", "10"},
+        {"log.path", "log"},
         {"log.rules", "()"},
+        {"pop3.maxConnThreads", "20"},
+        {"pop3.minConnThreads", "1"},
+        {"pop3.maxErrors", "20"},
         {"pop3.maxAuthErrors", "5"},
         {"pop3.serviceAccessControl.timeInterval", "60"},
         {"pop3.greetingsText", "MORVEX POP3 server on %D ready %U"},
+        {"filters.integratedFilters", "()"},
         {"clusterSettings.runMode", "standAlone"},
     };
     for (const auto& row : rows) {
